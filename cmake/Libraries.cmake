@@ -1,0 +1,16 @@
+# The libraries that the modules and programs stand on.
+
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(CURL REQUIRED)
+find_package(SQLite3 REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(spdlog REQUIRED)
+pkg_check_modules(TAGLIB REQUIRED IMPORTED_TARGET taglib)
+pkg_check_modules(JSON REQUIRED IMPORTED_TARGET nlohmann_json)
+find_package(CLI11 REQUIRED)
+if(VN_BUILD_TESTS)
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+endif()

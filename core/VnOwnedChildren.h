@@ -1,0 +1,84 @@
+#pragma once
+
+#include "core/VnOwnedPtrArray.h"
+
+#include <cstdint>
+
+/// Base of a tree node: the children that it owns. T derives from VnOwnedChildren<T>.
+///
+/// The array of children is made for the first child, so that a leaf costs one null pointer.
+template<typename T>
+class VnOwnedChildren {
+public:
+    VnOwnedChildren() = default;
+    VnOwnedChildren(const VnOwnedChildren&) = delete;
+    VnOwnedChildren& operator=(const VnOwnedChildren&) = delete;
+    ~VnOwnedChildren() { DeleteChildren(); }
+
+    int32_t GetChildCount() const { return Children == nullptr ? 0 : Children->GetCount(); }
+
+    /// The child at `index`; null for an index outside the children.
+    T* GetChild(int32_t index) const {
+        return index < 0 || index >= GetChildCount() ? nullptr : (*Children)[index];
+    }
+
+    /// Adds `child` at the end, takes it over and returns it.
+    T* AddChild(T* child) {
+        if (Children == nullptr) {
+            Children = new VnOwnedPtrArray<T, false>();
+        }
+        Children->Add(child);
+        return child;
+    }
+
+    /// Inserts `child` ahead of the child at `index` (clamped), takes it over and returns it.
+    T* InsertChild(int32_t index, T* child) {
+        if (Children == nullptr) {
+            return AddChild(child);
+        }
+        Children->InsertAt(index, child);
+        return child;
+    }
+
+    /// Index of `child` among the children; -1 when it is none of them.
+    int32_t FindChild(const T* child) const {
+        return Children == nullptr ? -1 : Children->Find(const_cast<T*>(child));
+    }
+
+    /// Deletes the child at `index`, and with it all that is below it. False for a bad index.
+    bool RemoveChild(int32_t index) { return Children != nullptr && Children->RemoveAt(index); }
+
+    /// Takes the child at `index` out; it belongs to the caller now. Null for a bad index.
+    T* DetachChild(int32_t index) {
+        return Children == nullptr ? nullptr : Children->Detach(index);
+    }
+
+    /// Deletes all children and the array that held them.
+    void DeleteChildren();
+
+protected:
+    VnOwnedPtrArray<T, false>* Children = nullptr; ///< null until there is a child
+};
+
+template<typename T>
+void VnOwnedChildren<T>::DeleteChildren() {
+    if (Children == nullptr) {
+        return;
+    }
+    // The whole subtree is moved up to this level first. Deleting child by child would go as deep
+    // into the stack as the tree is high, and the height is in the hands of whoever wrote the
+    // document.
+    for (int32_t index = 0; index < Children->GetCount(); ++index) {
+        VnOwnedChildren<T>* child = (*Children)[index];
+        if (child != nullptr && child->Children != nullptr) {
+            child->Children->SetOwn(false);
+            for (T* grandchild : *child->Children) {
+                Children->Add(grandchild);
+            }
+            delete child->Children;
+            child->Children = nullptr;
+        }
+    }
+    delete Children;
+    Children = nullptr;
+}

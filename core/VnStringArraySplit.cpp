@@ -1,0 +1,166 @@
+#include "core/VnStringArray.h"
+
+#include <cstdint>
+#include <cwchar>
+#include <limits>
+#include <new>
+
+namespace {
+
+const wchar_t* SkipSpace(const wchar_t* text) {
+    while (VnStringGlobals::IsSpace(*text)) {
+        ++text;
+    }
+    return text;
+}
+
+const wchar_t* SkipSpaceBackwards(const wchar_t* begin, const wchar_t* end) {
+    while (end > begin && VnStringGlobals::IsSpace(end[-1])) {
+        --end;
+    }
+    return end;
+}
+
+/// Writes the parts of `text` over the elements from `first` on, adding elements where there are
+/// none, and returns the index behind the last part. `text` must outlive the elements that are
+/// overwritten.
+int32_t WriteParts(VnStringArray& strings,
+                   int32_t first,
+                   const wchar_t* text,
+                   const wchar_t* separator,
+                   bool trim) {
+    const size_t separatorLength = separator == nullptr ? 0 : std::wcslen(separator);
+    const wchar_t* begin = text;
+    for (int32_t index = first;; ++index) {
+        const wchar_t* found = separatorLength == 0 ? nullptr : std::wcsstr(begin, separator);
+        const wchar_t* end = found == nullptr ? begin + std::wcslen(begin) : found;
+        if (trim && found != nullptr) {
+            end = SkipSpaceBackwards(begin, end);
+        }
+        if (index >= strings.GetCount()) {
+            strings.SetSize(index + 1);
+        }
+        strings[index].Assign(begin, static_cast<int32_t>(end - begin));
+        if (found == nullptr) {
+            return index + 1;
+        }
+        begin = found + separatorLength;
+        if (trim) {
+            begin = SkipSpace(begin);
+        }
+        if (*begin == 0) {
+            return index + 1;
+        }
+    }
+}
+
+/// Holds the element that `text` points into, if any, so that overwriting the element leaves the
+/// text alone.
+VnString GetGuard(const VnStringArray& strings, const wchar_t* text) {
+    for (const VnString& element : strings) {
+        if (text >= element.GetText() && text <= element.GetText() + element.GetLength()) {
+            return element;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+int32_t
+VnStringArray::Split(const wchar_t* text, const wchar_t* separator, bool trim, bool skipEmptyText) {
+    const VnString textGuard = GetGuard(*this, text);
+    const VnString separatorGuard = GetGuard(*this, separator);
+    const bool isEmpty = text == nullptr || *text == 0;
+    int32_t parts = 0;
+    if (!isEmpty || !skipEmptyText) {
+        parts = WriteParts(*this, 0, isEmpty ? L"" : text, separator, trim);
+    }
+    RemoveAt(parts, GetCount() - parts);
+    return parts;
+}
+
+int32_t VnStringArray::AppendSplit(const wchar_t* text,
+                                   const wchar_t* separator,
+                                   bool trim,
+                                   bool skipEmptyText) {
+    const bool isEmpty = text == nullptr || *text == 0;
+    if (isEmpty && skipEmptyText) {
+        return 0;
+    }
+    const int32_t first = GetCount();
+    return WriteParts(*this, first, isEmpty ? L"" : text, separator, trim) - first;
+}
+
+int32_t VnStringArray::SplitFirst(const wchar_t* separator, bool trim, bool skipEmptyText) {
+    if (IsEmpty()) {
+        return 0;
+    }
+    const VnString text = Data[0];
+    return Split(text.GetText(), separator, trim, skipEmptyText);
+}
+
+int32_t
+VnStringArray::SplitByChar(const wchar_t* text, wchar_t separator, bool trim, bool skipEmptyText) {
+    const wchar_t separatorText[] = {separator, 0};
+    const int32_t parts = Split(text, separatorText, trim, skipEmptyText);
+    if (parts > 0 && Data[parts - 1].IsEmpty()) {
+        RemoveAt(parts - 1);
+    }
+    return GetCount();
+}
+
+VnString
+VnStringArray::Join(const wchar_t* separator, bool reverse, int32_t maxCount, bool* wasCut) const {
+    const bool cut = maxCount >= 0 && maxCount < GetCount();
+    const int32_t count = cut ? maxCount : GetCount();
+    if (wasCut != nullptr) {
+        *wasCut = cut;
+    }
+    const auto element = [&](int32_t number) -> const VnString& {
+        return Data[reverse ? GetCount() - 1 - number : number];
+    };
+    if (count == 0) {
+        return {};
+    }
+    if (count == 1) {
+        return element(0);
+    }
+
+    const size_t separatorLength = separator == nullptr ? 0 : std::wcslen(separator);
+    size_t length = separatorLength * static_cast<size_t>(count - 1);
+    for (int32_t number = 0; number < count; ++number) {
+        length += static_cast<size_t>(element(number).GetLength());
+    }
+    if (length >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+        throw std::bad_array_new_length();
+    }
+    VnString joined;
+    wchar_t* target = joined.GetBuffer(static_cast<int32_t>(length), /*exact=*/true);
+    for (int32_t number = 0; number < count; ++number) {
+        if (number > 0 && separatorLength > 0) {
+            target = std::wmemcpy(target, separator, separatorLength) + separatorLength;
+        }
+        const VnString& text = element(number);
+        const auto textLength = static_cast<size_t>(text.GetLength());
+        target = std::wmemcpy(target, text.GetText(), textLength) + textLength;
+    }
+    joined.ReleaseBuffer(static_cast<int32_t>(length));
+    return joined;
+}
+
+VnString
+VnStringArray::JoinWithTail(int32_t maxCount, const wchar_t* tail, const wchar_t* separator) const {
+    bool wasCut = false;
+    VnString joined = Join(separator, /*reverse=*/false, maxCount, &wasCut);
+    if (wasCut) {
+        joined.Append(separator, -1, tail, -1);
+    }
+    return joined;
+}
+
+bool VnStringArray::SaveToFile(const wchar_t* path,
+                               VnTextEncoding encoding,
+                               const wchar_t* separator) const {
+    return Join(separator).SaveToFile(path, encoding);
+}

@@ -1,0 +1,234 @@
+#include "core/VnString.h"
+
+#include "core/VnNumberText.h"
+#include "core/VnStringDetail.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+/// One conversion of a template, as far as it was read.
+struct Conversion {
+    bool Pad = false;       ///< a blank stood behind the "%"
+    int32_t Width = -1;     ///< -1 when there was none
+    int32_t Precision = -1; ///< likewise
+
+    /// The smallest number of digits of an integer.
+    int32_t GetDigits() const { return Width >= 0 ? Width : std::max(Precision, 0); }
+};
+
+bool IsDigit(wchar_t ch) {
+    return ch >= L'0' && ch <= L'9';
+}
+
+/// Reads a run of digits, -1 when there is none; large values stop at the largest int32.
+int32_t ReadNumber(const wchar_t*& at) {
+    int64_t value = IsDigit(*at) ? 0 : -1;
+    for (; IsDigit(*at); ++at) {
+        value = std::min<int64_t>(value * 10 + (*at - L'0'), std::numeric_limits<int32_t>::max());
+    }
+    return static_cast<int32_t>(value);
+}
+
+/// The run of one template over its arguments.
+class CFormatter {
+public:
+    CFormatter(VnString& out, const VnFormatArg* args, int32_t count)
+        : Out(out)
+        , Args(args)
+        , ArgCount(count) {}
+
+    void Run(const wchar_t* text) {
+        while (*text != 0) {
+            const wchar_t* percent = std::wcschr(text, L'%');
+            if (percent == nullptr) {
+                Out.Append(text);
+                return;
+            }
+            Out.Append(text, static_cast<int32_t>(percent - text));
+            text = Convert(percent + 1);
+        }
+    }
+
+private:
+    /// Writes what the conversion at `at`, behind its "%", stands for; the result is the place
+    /// behind it.
+    const wchar_t* Convert(const wchar_t* at) {
+        Conversion conversion;
+        conversion.Pad = *at == L' ';
+        at += conversion.Pad ? 1 : 0;
+        conversion.Width = ReadNumber(at);
+        if (*at == L'.') {
+            ++at;
+            conversion.Precision = std::max(ReadNumber(at), 0);
+        }
+        // Integers are always 64 bits wide, so the marks of their size say nothing.
+        if (at[0] == L'I' && at[1] == L'6' && at[2] == L'4' && (at[3] == L'd' || at[3] == L'u')) {
+            at += 3;
+        } else if (at[0] == L'l' && at[1] != 0 && std::wcschr(L"dsux", at[1]) != nullptr) {
+            ++at;
+        }
+        if (*at == 0) {
+            return at;
+        }
+        Put(*at, conversion);
+        return at + 1;
+    }
+
+    void Put(wchar_t letter, const Conversion& conversion) {
+        const int32_t digits = conversion.GetDigits();
+        switch (letter) {
+        case L's':
+        case L'S':
+            PutText(NextArg(), conversion.Width);
+            break;
+        case L'd':
+        case L'i':
+            PutSigned(NextArg(), digits, conversion.Pad);
+            break;
+        case L'u':
+            PutUnsigned(GetInteger(NextArg()), digits, 10, PadFlag(conversion));
+            break;
+        case L'x':
+            PutHexadecimal(digits, PadFlag(conversion) | VnString::kNumberLowerCase);
+            break;
+        case L'X':
+            PutHexadecimal(digits, PadFlag(conversion));
+            break;
+        case L'h':
+            PutHexadecimal(std::max(digits, 8), PadFlag(conversion) | VnString::kNumberHexPrefix);
+            break;
+        case L'p':
+            PutHexadecimal(std::max(digits, 16), PadFlag(conversion));
+            break;
+        case L'c':
+            PutCharacter(NextArg());
+            break;
+        case L'f':
+            PutDouble(NextArg(), conversion);
+            break;
+        default: // "%%" too
+            Out.Append(letter);
+            break;
+        }
+    }
+
+    /// The next argument; one that has no type when there is none left.
+    const VnFormatArg& NextArg() {
+        static const VnFormatArg none;
+        return ArgIndex < ArgCount ? Args[ArgIndex++] : none;
+    }
+
+    static int64_t GetInteger(const VnFormatArg& arg) {
+        return arg.Tag == VnFormatArg::kInteger ? arg.Integer : 0;
+    }
+
+    static uint32_t PadFlag(const Conversion& conversion) {
+        return conversion.Pad ? VnString::kNumberBlanks : 0U;
+    }
+
+    void PutText(const VnFormatArg& arg, int32_t width) {
+        const auto limit =
+            static_cast<std::size_t>(width < 0 ? std::numeric_limits<int32_t>::max() : width);
+        switch (arg.Tag) {
+        case VnFormatArg::kUTF8Text:
+            if (arg.Narrow == nullptr) {
+                Out.Append(L"(null)");
+            } else {
+                Out.Append(VnString::FromUTF8(arg.Narrow,
+                                              static_cast<int64_t>(strnlen(arg.Narrow, limit))));
+            }
+            break;
+        case VnFormatArg::kWideText:
+            if (arg.Wide == nullptr) {
+                Out.Append(L"(null)");
+            } else {
+                Out.Append(arg.Wide, static_cast<int32_t>(wcsnlen(arg.Wide, limit)));
+            }
+            break;
+        case VnFormatArg::kStringText:
+            if (arg.Text != nullptr) {
+                Out.Append(arg.Text->GetText(),
+                           std::min(arg.Text->GetLength(), static_cast<int32_t>(limit)));
+            }
+            break;
+        default:
+            break;
+        }
+    }
+
+    void PutSigned(const VnFormatArg& arg, int32_t digits, bool pad) {
+        PutNumber(VnNumberText::WriteSigned, GetInteger(arg), digits, 10,
+                  pad ? VnString::kNumberBlanks : 0U);
+    }
+
+    void PutUnsigned(int64_t value, int32_t digits, int32_t base, uint32_t flags) {
+        PutNumber(VnNumberText::WriteUnsigned, static_cast<uint64_t>(value), digits, base, flags);
+    }
+
+    void PutHexadecimal(int32_t digits, uint32_t flags) {
+        int64_t value = GetInteger(NextArg());
+        // A negative 32-bit integer came here with its sign extended; it is meant as 32 bits.
+        if (static_cast<uint64_t>(value) >> 32U == 0xFFFFFFFFU && digits <= 8) {
+            value &= 0xFFFFFFFF;
+        }
+        PutUnsigned(value, digits, 16, flags);
+    }
+
+    void PutCharacter(const VnFormatArg& arg) {
+        const int64_t code = GetInteger(arg);
+        if (code >= 1 && code <= 0xFFFF) {
+            Out.Append(static_cast<wchar_t>(code));
+        }
+    }
+
+    void PutDouble(const VnFormatArg& arg, const Conversion& conversion) {
+        VnString text;
+        text.SetDouble(arg.Tag == VnFormatArg::kFloatingPoint ? arg.Double : 0.0,
+                       conversion.Precision, conversion.Precision >= 0,
+                       std::max(conversion.Width, 0));
+        Out.Append(text);
+    }
+
+    template<typename WRITER, typename NUMBER>
+    void PutNumber(WRITER write, NUMBER value, int32_t digits, int32_t base, uint32_t flags) {
+        constexpr int32_t kUsualDigits = 64;
+        if (digits <= kUsualDigits) {
+            wchar_t buffer[128];
+            int32_t length = 0;
+            write(buffer, static_cast<int32_t>(std::size(buffer)), length, value, digits, base,
+                  flags);
+            Out.Append(buffer, length);
+            return;
+        }
+        VnString text;
+        text.SetInt(value, digits, base, flags);
+        Out.Append(text);
+    }
+
+    VnString& Out;
+    const VnFormatArg* Args;
+    int32_t ArgCount;
+    int32_t ArgIndex = 0;
+};
+
+} // namespace
+
+VnString& VnString::FormatList(const wchar_t* text, const VnFormatArg* args, int32_t count) {
+    // The template and the arguments may be this very text, so it is replaced at the end.
+    VnString result;
+    result.AppendFormatList(text, args, count);
+    *this = std::move(result);
+    return *this;
+}
+
+VnString& VnString::AppendFormatList(const wchar_t* text, const VnFormatArg* args, int32_t count) {
+    if (text != nullptr) {
+        VnString result;
+        CFormatter(result, args, count).Run(text);
+        Append(result);
+    }
+    return *this;
+}

@@ -1,0 +1,148 @@
+#include "core/VnBuffer.h"
+#include "core/VnDllString.h"
+#include "core/VnPropertyMap.h"
+#include "core/VnStringArray.h"
+#include "data/CFileLoader.h"
+#include "drive/CPortableDriveGeneric.h"
+#include "drive/CRecordSource.h"
+#include "files/VnFileSystem.h"
+#include "files/VnFilename.h"
+#include "plugin/IVnHandheldFile.h"
+#include "runtime/IVnLogManager.h"
+#include "runtime/IVnTagReader.h"
+#include "runtime/VnLog.h"
+#include "runtime/VnSharedText.h"
+#include "text/VnXMLDocument.h"
+
+namespace {
+
+constexpr const wchar_t* kLogName = L"CPortableDriveGeneric::GetFiles";
+constexpr const wchar_t* kFilenameStart = L"<Field Name=\"Filename\">";
+constexpr const wchar_t* kFieldEnd = L"</Field>";
+constexpr int32_t kCurrentVersion = 20; // "2.0" without its dot
+
+constexpr uint32_t kAttributeNormal = 0x80;
+constexpr uint32_t kAttributeHiddenSystem = 6;
+
+/// The record's key: what stands between the literal marks of its file name field, decoded.
+VnString GetRecordKey(const VnString& itemText) {
+    const int32_t mark = itemText.Find(kFilenameStart);
+    if (mark < 0) {
+        return VnString();
+    }
+    const int32_t start =
+        mark + static_cast<int32_t>(std::char_traits<wchar_t>::length(kFilenameStart));
+    const int32_t end = itemText.Find(kFieldEnd, start);
+    if (end < 0) {
+        return VnString();
+    }
+    VnString key = itemText.Mid(start, end - start);
+    key.DecodeEntities();
+    return key;
+}
+
+/// Loads a text file of the device so that every name in it comes back as the file system has it.
+bool LoadDeviceText(const VnString& path, VnString& text) {
+    VnBuffer bytes;
+    if (!CFileLoader::LoadFile(bytes, VnFilename(path), -1, true)) {
+        return false;
+    }
+    text.SetFileSystemText(reinterpret_cast<const char*>(bytes.GetData()), bytes.GetSize());
+    return true;
+}
+
+} // namespace
+
+VnString CPortableDriveGeneric::GetDatabasePath() {
+    return GetDatabaseBasePath() + L".Database.mpl";
+}
+
+void CPortableDriveGeneric::LoadDatabase() {
+    VnXMLDocument document;
+    VnString text;
+    if (!LoadDeviceText(GetDatabasePath(), text) || !document.SetDocument(text)
+        || !document.FindElement(L"MPL")) {
+        VnLog(kLogHandheld, kLogName, L"Unable load the device database file");
+        return;
+    }
+    text.Empty();
+    VnLog(kLogHandheld, kLogName, L"Device database file found and loaded");
+    VnString version = document.GetAttribute(document.GetMainPosition(), L"Version");
+    version.Remove(L'.');
+    if (version.ToInt() != kCurrentVersion) {
+        return;
+    }
+    LoadRecords(document);
+    VnLog(kLogHandheld, kLogName, L"Device database contains %d entries", DatabaseMap.GetCount());
+}
+
+void CPortableDriveGeneric::LoadRecords(VnXMLDocument& document) {
+    document.IntoElement();
+    while (document.FindElement(L"Item")) {
+        VnString itemText = document.GetInnerText(document.GetMainPosition());
+        itemText.Trim();
+        DatabaseMap.SetAt(GetRecordKey(itemText), itemText);
+    }
+    document.OutOfElement();
+}
+
+void CPortableDriveGeneric::SaveDatabase() {
+    const VnLogScope log(kLogHandheld, "CPortableDriveGeneric::SaveDatabase");
+    constexpr int32_t kTextGrowStep = 0x100000;
+    VnString text(
+        L"<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\r\n<MPL Version=\"2.0\">\r\n");
+    for (auto cursor = DatabaseMap.GetFirst(); cursor.Item != nullptr;
+         DatabaseMap.GetNext(cursor)) {
+        text.Append(L"<Item>\r\n", -1, kTextGrowStep);
+        text.Append(cursor.Item->Value.GetText(), cursor.Item->Value.GetLength(), kTextGrowStep);
+        text.Append(L"</Item>\r\n", -1, kTextGrowStep);
+    }
+    text += L"</MPL>";
+    const VnString path = GetDatabasePath();
+    VnFileSystem::SetFileAttributes(path, kAttributeNormal);
+    text.SaveToFile(path, kEncodingUTF8);
+    VnFileSystem::SetFileAttributes(path, kAttributeHiddenSystem);
+}
+
+VnString CPortableDriveGeneric::CRecordSource::GetField(const VnString& name) const {
+    if (File != nullptr) {
+        return VnTakeSharedText(File->GetField(name, 0).Characters);
+    }
+    VnString value;
+    VnDllString adapter(value);
+    if (Item == nullptr || !Item->GetField(name, adapter)) {
+        return VnString();
+    }
+    return value;
+}
+
+void CPortableDriveGeneric::AddFieldsToItem(const CRecordSource& source,
+                                            VnXMLDocument& document,
+                                            const VnStringArray& names) {
+    for (const VnString& name : names) {
+        AddItemField(source, document, name);
+    }
+}
+
+void CPortableDriveGeneric::AddItemField(const CRecordSource& source,
+                                         VnXMLDocument& document,
+                                         const VnString& name) {
+    const VnString value = source.GetField(name);
+    if (value.IsEmpty()) {
+        return;
+    }
+    document.AddElement(L"Field", value);
+    document.SetAttribute(document.GetMainPosition(), L"Name", name);
+}
+
+VnString CPortableDriveGeneric::MakeItemText(IVnHandheldFile* file, const VnStringArray& names) {
+    VnXMLDocument document;
+    AddFieldsToItem(CRecordSource(file), document, names);
+    return document.GetText();
+}
+
+VnString CPortableDriveGeneric::MakeItemText(IVnTagReaderItem* item, const VnStringArray& names) {
+    VnXMLDocument document;
+    AddFieldsToItem(CRecordSource(item), document, names);
+    return document.GetText();
+}

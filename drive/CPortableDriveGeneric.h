@@ -1,0 +1,126 @@
+#pragma once
+
+#include "core/VnStringMap.h"
+#include "drive/CPortableDriveBase.h"
+
+class IVnTagReaderItem;
+class VnFilename;
+class VnFilenameArray;
+class VnXMLDocument;
+
+/// A drive for a device that is a plain mounted file system.
+///
+/// Keeps in memory what its database file on the device holds: for each file's full path, in any
+/// letter case, the record as XML text, which is parsed only when it is reported. See the file
+/// formats in docs/file-formats.md.
+class CPortableDriveGeneric : public CPortableDriveBase {
+public:
+    explicit CPortableDriveGeneric(CPortableDrivesImpl* owner);
+    ~CPortableDriveGeneric() override;
+
+    // Scan: CPortableDriveScan.cpp
+
+    /// Reports every file of the device (a location of one component), or of one of its playlists
+    /// (two), as records of `list`; reads the tags of files that the database does not know, and
+    /// keeps the database up to date. Always 0.
+    int32_t GetFiles(const wchar_t* location, IVnHandheldFileList* list) override;
+    /// The names of the device's playlists joined with U+0001; none for a deeper location. Sets the
+    /// integers to 0 and 1.
+    int32_t
+    GetFolders(const wchar_t* location, wchar_t** names, int32_t* first, int32_t* second) override;
+    /// The playlist files that stand directly in the playlist folder.
+    void ListPlaylists(VnFilenameArray& playlists);
+
+    // Commands: CPortableDriveCommands.cpp
+
+    int32_t HandleFolderMenu(const wchar_t* location, int32_t mode, IVnHandheldMenu* menu) override;
+    void OnCommandHook() override;
+    /// The device's name in the host's tree, with the mount point of a plain drive in brackets.
+    VnString GetDisplayName();
+
+    // Delete and sync: CPortableDriveDelete.cpp
+
+    /// Deletes the files of the list that lie on the device, their records and the folders that
+    /// this empties, and saves the database once. Always 0; what could not be deleted stays with
+    /// its record.
+    int32_t Delete(IVnHandheldFileList* list) override;
+    /// With the property DeleteFilesNotInSync, deletes the device's playlists.
+    void DeleteFilesNotInSync() override;
+
+    // Upload and art: CPortableDriveUpload.cpp
+
+    /// Sends a library file (and what GetAllFilesExtensionMask carries along) to the path worked
+    /// out for it. 0 when at least one file of the item arrived.
+    int32_t Upload(IVnHandheldFile* file) override;
+
+    // Playlists: CPortableDrivePlaylists.cpp
+
+    /// Has the list write the playlist `name` into the playlist folder, and rewrites it the way the
+    /// device wants it. kResultFailure when the list's writer failed, and for a device that takes
+    /// no playlists.
+    int32_t SendPlaylistInfo(const VnString& name, IVnHandheldFileList* list) override;
+
+    // Database: CPortableDriveDatabase.cpp
+
+    /// Writes all records to the device's database file. A failure shows at the next load.
+    void SaveDatabase() override;
+    VnString GetDatabasePath();
+    /// Number of records in memory.
+    int32_t GetRecordCount() const { return DatabaseMap.GetCount(); }
+
+private:
+    class CRecordSource;
+    using CDatabaseMap = VnStringMap<VnString, false, VnString, const VnString&, true>;
+
+    // Database
+    void LoadDatabase();
+    void LoadRecords(VnXMLDocument& document);
+    static void AddFieldsToItem(const CRecordSource& source,
+                                VnXMLDocument& document,
+                                const VnStringArray& names);
+    static void
+    AddItemField(const CRecordSource& source, VnXMLDocument& document, const VnString& name);
+    static VnString MakeItemText(IVnHandheldFile* file, const VnStringArray& names);
+    static VnString MakeItemText(IVnTagReaderItem* item, const VnStringArray& names);
+
+    // Scan
+    class CScan;
+    static int32_t GetDepth(const wchar_t* location);
+    void FindFiles(VnStringArray& files);
+    void FindPlaylistFiles(const VnString& location, VnStringArray& files);
+    void ReadPlaylistLines(const VnString& path, VnStringArray& files);
+    void ReadASXPlaylist(const VnString& path, VnStringArray& files);
+    bool ResolvePlaylistLine(VnString line, VnString& path);
+    void RemoveVanishedRecords(const VnStringArray& files);
+
+    // Upload
+    static void
+    CollectUploadFiles(const VnFilename& source, const VnString& mask, VnStringArray& files);
+    static void ReplaceLeadingDots(VnString& path);
+    static void FitToPathLimit(VnString& target, const VnString& extension);
+    VnString GetUploadFolder(IVnHandheldFile* file);
+    VnString GetUploadTarget(IVnHandheldFile* file, const VnString& folder);
+    bool TransferCoverArt(IVnHandheldFile* file, const VnString& folder);
+
+    // Playlists
+    void RewritePlaylist(const VnString& path,
+                         int32_t format,
+                         const VnString& root,
+                         const VnString& token);
+
+    // Delete
+    void GetProtectedFolders(const VnString& root, VnStringArray& folders);
+    static void
+    PruneEmptyFolders(VnString& path, const VnString& root, const VnStringArray& protectedFolders);
+
+    // Commands
+    VnString GetPlaylistOfNode(const VnString& location);
+    void FillMenu(const VnString& location,
+                  int32_t depth,
+                  const VnString& folder,
+                  IVnHandheldMenu* menu);
+    void RunMenu(const VnString& location, const VnString& folder, int32_t id);
+    void RebuildDatabase();
+
+    CDatabaseMap DatabaseMap; ///< ItemText of each file by its full path
+};

@@ -1,0 +1,364 @@
+#include "core/VnDllString.h"
+#include "core/VnPropertyMap.h"
+#include "core/VnResult.h"
+#include "core/VnStringArray.h"
+#include "core/VnUniqueList.h"
+#include "drive/CPortableDriveGeneric.h"
+#include "files/VnFileScanner.h"
+#include "files/VnFilename.h"
+#include "files/VnFilenameArray.h"
+#include "files/VnURL.h"
+#include "plugin/IVnHandheldFile.h"
+#include "plugin/IVnHandheldFileList.h"
+#include "runtime/IVnLogManager.h"
+#include "runtime/IVnTagReader.h"
+#include "runtime/IVnToolsRoot.h"
+#include "runtime/VnLog.h"
+#include "runtime/VnSharedText.h"
+#include "runtime/VnSiblingModules.h"
+#include "text/VnXMLDocument.h"
+
+#include <memory>
+
+namespace {
+
+/// Path components of a location, as they stand.
+int32_t CountComponents(const VnString& location) {
+    VnStringArray pieces;
+    return pieces.Split(location, L"/", /*trim=*/false, /*skipEmptyText=*/true);
+}
+
+std::unique_ptr<IVnTagReader> MakeTagReader(int32_t mode) {
+    IVnToolsRoot* root = VnGetToolsRoot();
+    std::unique_ptr<IVnTagReader> reader(root == nullptr ? nullptr : root->CreateTagReader());
+    if (reader) {
+        reader->SetReadMode(mode);
+        reader->SetFieldMode(1);
+        reader->SetListMode(mode);
+    }
+    return reader;
+}
+
+/// Whether the search of an earlier root finds everything below root number `index` anyway.
+bool IsCovered(const VnStringArray& roots, int32_t index) {
+    const VnString& root = roots[index];
+    for (int32_t i = 0; i < index; ++i) {
+        if (root.StartsWith(roots[i])) {
+            const VnString rest = root.Mid(roots[i].GetLength());
+            if (!rest.StartsWith(L'.') && !rest.Contains(L"/.")) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Hands the fields of a parsed record to the host.
+void ReportFields(VnXMLDocument& document, IVnHandheldFile& record) {
+    while (document.FindElement(L"Field")) {
+        const int32_t element = document.GetMainPosition();
+        record.SetField(document.GetAttribute(element, L"Name"), document.GetData(element));
+    }
+}
+
+} // namespace
+
+/// The reporting half of one GetFiles call.
+class CPortableDriveGeneric::CScan {
+public:
+    CScan(CPortableDriveGeneric& drive, VnLogScope& log, IVnHandheldFileList& list)
+        : Drive(drive)
+        , Log(log)
+        , List(list) {
+        Fields.Split(VnTakeSharedText(list.GetFieldList(1).Characters), L"|");
+    }
+
+    void Report(const VnStringArray& files);
+    /// A record was added during this call.
+    bool IsDatabaseChanged() const { return Changed; }
+
+private:
+    void ReportFile(const VnString& path);
+    bool AddRecord(const VnString& path);
+
+    CPortableDriveGeneric& Drive;
+    VnLogScope& Log;
+    IVnHandheldFileList& List;
+    VnStringArray Fields;                    ///< names that the host wants in each record
+    std::unique_ptr<IVnTagReader> TagReader; ///< made at the first file without a record
+    bool TagReaderMade = false;
+    VnXMLDocument Document; ///< of the record at hand
+    bool Changed = false;
+};
+
+void CPortableDriveGeneric::CScan::Report(const VnStringArray& files) {
+    Log.Write("Creating file list");
+    for (const VnString& path : files) {
+        if (Drive.IsCancelled()) {
+            break;
+        }
+        ReportFile(path);
+    }
+}
+
+void CPortableDriveGeneric::CScan::ReportFile(const VnString& path) {
+    if (const VnString* itemText = Drive.DatabaseMap.Lookup(path); itemText != nullptr) {
+        Document.SetDocument(*itemText);
+    } else if (!AddRecord(path)) {
+        return;
+    }
+    if (IVnHandheldFile* record = List.CreateRecord(); record != nullptr) {
+        ReportFields(Document, *record);
+    }
+}
+
+bool CPortableDriveGeneric::CScan::AddRecord(const VnString& path) {
+    Log.Write("File '%s' not found in the device database", path);
+    if (!TagReaderMade) {
+        TagReader = MakeTagReader(IVnTagReader::kMediaFile);
+        TagReaderMade = true;
+    }
+    if (!TagReader) {
+        return false;
+    }
+    TagReader->SetFile(path);
+    IVnTagReaderItem* item = TagReader->GetItem(0);
+    if (item == nullptr) {
+        return false;
+    }
+    const VnString itemText = MakeItemText(item, Fields);
+    Drive.DatabaseMap.SetAt(path, itemText);
+    Changed = true;
+    Document.SetDocument(itemText);
+    return true;
+}
+
+int32_t CPortableDriveGeneric::GetDepth(const wchar_t* location) {
+    VnString cleaned(location);
+    if (const int32_t mark = cleaned.Find(L"(/media/"); mark > 0) {
+        if (const int32_t end = cleaned.Find(L')', mark); end > 0) {
+            cleaned.Remove(mark, end + 1 - mark);
+        }
+        cleaned.Trim();
+    }
+    return CountComponents(cleaned);
+}
+
+int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFileList* list) {
+    VnLogScope log(kLogHandheld, "CPortableDriveGeneric::GetFiles");
+    if (list == nullptr) {
+        return kResultOk;
+    }
+    const int32_t depth = GetDepth(location);
+    const bool wholeDevice = depth < 2;
+    if (wholeDevice) {
+        DatabaseMap.RemoveAll();
+    }
+    LoadDatabase();
+    VnStringArray files;
+    if (wholeDevice) {
+        FindFiles(files);
+    } else if (depth == 2) {
+        log.Write("Getting playlist files");
+        FindPlaylistFiles(VnString(location), files);
+    }
+    CScan scan(*this, log, *list);
+    scan.Report(files);
+    if (wholeDevice && !IsCancelled()) {
+        if (scan.IsDatabaseChanged()) {
+            log.Write("Device database is out-of-date, saving the new database");
+            SaveDatabase();
+        } else {
+            RemoveVanishedRecords(files);
+        }
+    }
+    return kResultOk;
+}
+
+void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray& files) {
+    constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
+    VnLog(kLogHandheld, kName,
+          L"Looking for files in the database that are no longer on the device");
+    VnStringUniqueList<VnString, false> present;
+    present.SetNodeAllocator(true, 0x10000);
+    for (const VnString& path : files) {
+        present.Add(path);
+    }
+    VnStringArray vanished;
+    for (auto cursor = DatabaseMap.GetFirst(); cursor.Item != nullptr;
+         DatabaseMap.GetNext(cursor)) {
+        if (!present.Contains(cursor.Item->Key)) {
+            vanished.Add(cursor.Item->Key);
+        }
+    }
+    if (vanished.GetCount() == 0) {
+        return;
+    }
+    for (const VnString& key : vanished) {
+        DatabaseMap.RemoveKey(key);
+    }
+    if (!IsCancelled()) {
+        VnLog(kLogHandheld, kName, L"Device database is out-of-date, saving the new database");
+        SaveDatabase();
+    }
+}
+
+void CPortableDriveGeneric::FindFiles(VnStringArray& files) {
+    constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
+    VnLog(kLogHandheld, kName, L"Searching device for files");
+    VnPropertyMap& info = GetDeviceInfo();
+    VnStringArray types;
+    types.Split(info.GetString(L"SupportedFileTypes", nullptr), L";", /*trim=*/true,
+                /*skipEmptyText=*/true);
+    if (types.Find(L"*") >= 0) {
+        types.Empty();
+    }
+    const VnString root = GetDriveRootFolder();
+    VnStringArray roots;
+    if (GetSearchEntireDevice()) {
+        roots.Add(root);
+    } else {
+        for (const wchar_t* key :
+             {L"AudioSearchPath", L"ImageSearchPath", L"VideoSearchPath", L"DataBasePath"}) {
+            roots.Add(JoinDevicePath(root, info.GetString(key, nullptr), /*prefix=*/true,
+                                     /*strip=*/true));
+        }
+    }
+    const bool skipDotFolders =
+        info.GetInt(L"IsAndroid", 0) != 0 && info.GetInt(L"ShowHiddenFolders", 0) == 0;
+    for (int32_t i = 0; i < roots.GetCount(); ++i) {
+        if (IsCovered(roots, i)) {
+            continue;
+        }
+        VnFileScanner scanner(roots[i], types, /*recursive=*/true);
+        scanner.SetSkipDotDirectories(skipDotFolders);
+        scanner.SetResults(&files);
+        scanner.Scan();
+    }
+    for (int32_t i = files.GetCount() - 1; i >= 0; --i) {
+        if (files[i].StartsWith(L'.')) {
+            files.RemoveAt(i);
+        }
+    }
+    if (roots.GetCount() > 1) {
+        files.RemoveDuplicates();
+    }
+    VnLog(kLogHandheld, kName, L"%d files found", files.GetCount());
+}
+
+void CPortableDriveGeneric::FindPlaylistFiles(const VnString& location, VnStringArray& files) {
+    VnString name(location);
+    name.TrimRight(L'/');
+    name = name.Mid(name.ReverseFind(L'/') + 1);
+    const VnString base = GetPlaylistBasePath() + name;
+    if (VnFilename(base + L".m3u").Exists()) {
+        ReadPlaylistLines(base + L".m3u", files);
+    } else if (VnFilename(base + L".asx").Exists()) {
+        ReadASXPlaylist(base + L".asx", files);
+    }
+}
+
+void CPortableDriveGeneric::ReadPlaylistLines(const VnString& path, VnStringArray& files) {
+    VnPropertyMap& info = GetDeviceInfo();
+    const bool rewritten = !info.GetString(L"PlaylistPathRoot", nullptr).IsEmpty()
+                           || !info.GetString(L"PlaylistPathToken", nullptr).IsEmpty();
+    VnString text;
+    text.LoadFromFile(path, kEncodingBytes, /*dropZeros=*/true);
+    VnStringArray lines;
+    lines.Split(text, L"\n");
+    for (const VnString& line : lines) {
+        if (rewritten && line.StartsWith(L'#')) {
+            continue;
+        }
+        VnString file;
+        if (ResolvePlaylistLine(line, file)) {
+            files.Add(file);
+            continue;
+        }
+        // Many players write UTF-8 without saying so.
+        const VnStringBytes bytes(line);
+        if (ResolvePlaylistLine(VnString::FromFileSystemText(bytes), file)) {
+            files.Add(file);
+        }
+    }
+}
+
+void CPortableDriveGeneric::ReadASXPlaylist(const VnString& path, VnStringArray& files) {
+    const std::unique_ptr<IVnTagReader> reader = MakeTagReader(IVnTagReader::kASXPlaylist);
+    if (!reader) {
+        return;
+    }
+    reader->SetFile(path);
+    const int32_t count = reader->GetCount();
+    for (int32_t i = 0; i < count; ++i) {
+        IVnTagReaderItem* item = reader->GetItem(i);
+        VnString line;
+        VnDllString adapter(line);
+        if (item != nullptr) {
+            item->GetFilename(adapter);
+        }
+        if (VnString file; ResolvePlaylistLine(line, file)) {
+            files.Add(file);
+        }
+    }
+}
+
+bool CPortableDriveGeneric::ResolvePlaylistLine(VnString line, VnString& path) {
+    VnPropertyMap& info = GetDeviceInfo();
+    const VnString pathRoot = info.GetString(L"PlaylistPathRoot", nullptr);
+    const VnString token = info.GetString(L"PlaylistPathToken", nullptr);
+    if (!pathRoot.IsEmpty()) {
+        line.RemovePrefix(pathRoot);
+    }
+    if (!token.IsEmpty()) {
+        line.Replace(token, L"/");
+    }
+    line.Trim();
+    if (line.StartsWith(L'/') && !line.StartsWith(L"//")) {
+        line.Prepend(VnFilename::GetDrive(GetDriveRoot()));
+    }
+    MakeAbsolute(line, GetPlaylistBasePath());
+    if (line.IsEmpty() || !VnFilename(line).Exists()) {
+        return false;
+    }
+    path = line;
+    return true;
+}
+
+int32_t CPortableDriveGeneric::GetFolders(const wchar_t* location,
+                                          wchar_t** names,
+                                          int32_t* first,
+                                          int32_t* second) {
+    VnStringArray found;
+    if (GetDepth(location) <= 1) {
+        VnFilenameArray playlists;
+        ListPlaylists(playlists);
+        for (const VnString& path : playlists) {
+            found.Add(VnFilename(path).GetName());
+        }
+    }
+    if (names != nullptr) {
+        *names = VnCreateSharedText(found.Join(L"\x01"));
+    }
+    if (first != nullptr) {
+        *first = 0;
+    }
+    if (second != nullptr) {
+        *second = 1;
+    }
+    return kResultOk;
+}
+
+void CPortableDriveGeneric::ListPlaylists(VnFilenameArray& playlists) {
+    playlists.Clear();
+    const VnString folder = GetPlaylistBasePath();
+    if (folder.IsEmpty()) {
+        return;
+    }
+    VnStringArray extensions;
+    extensions.Add(L"m3u");
+    extensions.Add(L"asx");
+    VnFileScanner scanner(folder, extensions, /*recursive=*/false);
+    scanner.SetResults(&playlists);
+    scanner.Scan();
+}

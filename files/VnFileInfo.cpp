@@ -1,0 +1,82 @@
+#include "files/VnFileInfo.h"
+
+#include "data/VnDate.h"
+#include "files/VnFileSystem.h"
+
+VnFileInfo::VnFileInfo() : Stat{} {
+    Filename.LowerCaseExtension = false;
+}
+
+VnFileInfo::VnFileInfo(const VnString& filename, const struct stat* statRecord) : VnFileInfo() {
+    Set(filename, statRecord);
+}
+
+bool VnFileInfo::Set(const VnString& filename, const struct stat* statRecord) {
+    Stat = {};
+    if (statRecord != nullptr) {
+        Stat = *statRecord;
+        Valid = true;
+    } else {
+        const VnStringUTF8 path(VnFilename(filename).GetLocalPath());
+        Valid = stat(path, &Stat) == 0;
+    }
+    if (Valid) {
+        VnString path(filename);
+        if (IsDirectory()) {
+            path.EnsureTrailing(L'/');
+        }
+        Filename.Set(path, /*clearProperties=*/false, /*lowerCaseExtension=*/false);
+    }
+    Filename.LowerCaseExtension = false;
+    return Valid;
+}
+
+bool VnFileInfo::Reset(const VnString& filename, const struct stat* statRecord) {
+    // The text may belong to the object that is about to be cleared.
+    const VnString kept(filename);
+    Filename.Clear();
+    return Set(kept, statRecord);
+}
+
+void VnFileInfo::SetFound(const VnString& path, const struct stat* statRecord) {
+    Valid = statRecord != nullptr;
+    Stat = {};
+    if (Valid) {
+        Stat = *statRecord;
+    }
+    Filename.Clear();
+    Filename.Filename = path;
+    Filename.LowerCaseExtension = false;
+}
+
+VnString VnFileInfo::GetFilename() const {
+    VnString path(Filename.Filename);
+    if (IsDirectory()) {
+        path.TrimRight(L"/\\");
+    }
+    return path;
+}
+
+VnString VnFileInfo::GetName() const {
+    return IsDirectory() ? Filename.GetLastDirectory(false) : Filename.GetNameAndExtension(false);
+}
+
+VnDate VnFileInfo::GetAccessDate() const {
+    return MakeDate(Stat.st_atime);
+}
+
+VnDate VnFileInfo::GetModificationDate() const {
+    return MakeDate(Stat.st_mtime);
+}
+
+VnDate VnFileInfo::GetChangeDate() const {
+    return MakeDate(Stat.st_ctime);
+}
+
+VnDate VnFileInfo::MakeDate(int64_t seconds) const {
+    return Valid ? VnDate().FromTimeT(seconds, 0, /*toLocal=*/true) : VnDate();
+}
+
+VnDate VnFileSystem::GetFileDate(const VnString& path) {
+    return VnFileInfo(path).GetModificationDate();
+}

@@ -1,0 +1,182 @@
+#include "host/CCoverArt.h"
+
+#include "host/CLibraryItem.h"
+#include "host/CMediaType.h"
+#include "host/CPlaylistWriter.h"
+#include "host/HostText.h"
+
+#include <taglib/aifffile.h>
+#include <taglib/asffile.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/fileref.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/opusfile.h>
+#include <taglib/speexfile.h>
+#include <taglib/vorbisfile.h>
+#include <taglib/wavfile.h>
+#include <taglib/xiphcomment.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+namespace {
+
+using TagLib::ByteVector;
+
+ByteVector FromID3(const TagLib::ID3v2::Tag* tag) {
+    ByteVector picture;
+    if (tag == nullptr) {
+        return picture;
+    }
+    for (const TagLib::ID3v2::Frame* frame : tag->frameList("APIC")) {
+        const auto* attached = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame);
+        if (attached != nullptr && (picture.isEmpty() || attached->type() == TagLib::ID3v2::AttachedPictureFrame::FrontCover)) {
+            picture = attached->picture();
+        }
+    }
+    return picture;
+}
+
+ByteVector FromPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures) {
+    ByteVector found;
+    for (const TagLib::FLAC::Picture* picture : pictures) {
+        if (found.isEmpty() || picture->type() == TagLib::FLAC::Picture::FrontCover) {
+            found = picture->data();
+        }
+    }
+    return found;
+}
+
+ByteVector FromXiph(TagLib::Ogg::XiphComment* tag) {
+    return tag == nullptr ? ByteVector() : FromPictures(tag->pictureList());
+}
+
+ByteVector FromMP4(const TagLib::MP4::Tag* tag) {
+    if (tag == nullptr || !tag->contains("covr")) {
+        return {};
+    }
+    const TagLib::MP4::CoverArtList covers = tag->item("covr").toCoverArtList();
+    return covers.isEmpty() ? ByteVector() : covers.front().data();
+}
+
+ByteVector FromASF(const TagLib::ASF::Tag* tag) {
+    if (tag == nullptr) {
+        return {};
+    }
+    const TagLib::ASF::AttributeList pictures = tag->attribute("WM/Picture");
+    return pictures.isEmpty() ? ByteVector() : pictures.front().toPicture().picture();
+}
+
+/// The picture inside a file, the front cover before any other.
+ByteVector ReadPicture(const std::string& path) {
+    const TagLib::FileRef reference(path.c_str(), false);
+    TagLib::File* file = reference.file();
+    if (file == nullptr || !file->isValid()) {
+        return {};
+    }
+    if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
+        return FromID3(mpeg->ID3v2Tag());
+    }
+    if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
+        return FromPictures(flac->pictureList());
+    }
+    if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
+        return FromMP4(mp4->tag());
+    }
+    if (auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file)) {
+        return FromXiph(vorbis->tag());
+    }
+    if (auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file)) {
+        return FromXiph(opus->tag());
+    }
+    if (auto* speex = dynamic_cast<TagLib::Ogg::Speex::File*>(file)) {
+        return FromXiph(speex->tag());
+    }
+    if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) {
+        return FromID3(wav->ID3v2Tag());
+    }
+    if (auto* aiff = dynamic_cast<TagLib::RIFF::AIFF::File*>(file)) {
+        return FromID3(aiff->tag());
+    }
+    if (auto* asf = dynamic_cast<TagLib::ASF::File*>(file)) {
+        return FromASF(asf->tag());
+    }
+    return {};
+}
+
+bool IsFile(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+}
+
+/// A name for the picture of one state of one file (FNV-1a, 64 bits).
+std::string CacheName(const CLibraryItem& item) {
+    uint64_t hash = 0xCBF29CE484222325U;
+    for (const char ch : item.Path + "|" + std::to_string(item.Size) + "|" + std::to_string(item.MTime)) {
+        hash = (hash ^ static_cast<unsigned char>(ch)) * 0x100000001B3U;
+    }
+    std::array<char, 17> text{};
+    std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(hash));
+    return text.data();
+}
+
+} // namespace
+
+std::string CCoverArt::Find(const CLibraryItem& item) {
+    const std::string& inFolder = FindInFolder(item.Path.substr(0, item.Path.rfind('/') + 1));
+    return inFolder.empty() ? FindInFile(item) : inFolder;
+}
+
+const std::string& CCoverArt::FindInFolder(const std::string& folder) {
+    const auto [entry, isNew] = Folders.try_emplace(folder);
+    if (!isNew) {
+        return entry->second;
+    }
+    constexpr std::array<std::wstring_view, 3> kStems{L"cover", L"folder", L"front"};
+    constexpr std::array<std::wstring_view, 3> kExtensions{L"jpg", L"jpeg", L"png"};
+    size_t best = kStems.size() * kExtensions.size();
+    std::error_code failure;
+    for (std::filesystem::directory_iterator file(folder, failure), end; !failure && file != end; file.increment(failure)) {
+        const std::wstring name = HostWiden(file->path().filename().native());
+        if (!CMediaType::IsFolderPicture(name) || !IsFile(file->path().native())) {
+            continue;
+        }
+        const size_t stem = static_cast<size_t>(std::find(kStems.begin(), kStems.end(), HostFold(HostStem(name))) - kStems.begin());
+        const size_t extension =
+            static_cast<size_t>(std::find(kExtensions.begin(), kExtensions.end(), HostExtension(name)) - kExtensions.begin());
+        if (const size_t rank = stem * kExtensions.size() + extension; rank < best) {
+            best = rank;
+            entry->second = file->path().native();
+        }
+    }
+    return entry->second;
+}
+
+std::string CCoverArt::FindInFile(const CLibraryItem& item) const {
+    const std::string base = CacheFolder + CacheName(item);
+    for (const char* extension : {".jpg", ".png"}) {
+        if (IsFile(base + extension)) {
+            return base + extension;
+        }
+    }
+    const ByteVector picture = ReadPicture(item.Path);
+    if (picture.isEmpty()) {
+        return {};
+    }
+    const std::string path = base + (picture.startsWith("\x89PNG") ? ".png" : ".jpg");
+    // Under another name first: a process that dies here must not leave half a picture under the good one.
+    std::string error;
+    const std::string unfinished = path + ".part";
+    const bool saved = CPlaylistWriter::Save(unfinished, {picture.data(), picture.size()}, error)
+                       && std::rename(unfinished.c_str(), path.c_str()) == 0;
+    return saved ? path : std::string();
+}

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// What one request asks for. All texts are UTF-8.
+struct CCurlRequest {
+    std::string URL;
+    std::string Verb;                 ///< empty for GET, or POST when there is a body
+    std::vector<std::string> Headers; ///< whole lines, "Name: value"
+    std::string UserAgent;
+    const void* Body = nullptr; ///< stays with the caller until Close
+    int64_t BodySize = 0;
+    int64_t RangeStart = 0;      ///< first byte wanted; 0 asks for all
+    int64_t TimeoutMS = 20000;   ///< longest silence of the other side; below 1 waits for ever
+    bool SucceedOnError = false; ///< a status of 400 or above still opens
+};
+
+/// What the answer's head said. `Headers` are those of the last answer, after redirects.
+struct CCurlResponse {
+    std::string Location; ///< address that answered in the end
+    std::string Headers;  ///< status line and header lines, CR LF each
+    std::string ContentType;
+    std::string ContentEncoding;
+    long StatusCode = 0;        ///< 0 when nothing answered
+    int64_t ContentLength = -1; ///< bytes of this body, -1 when not told
+};
+
+/// One http, https or ftp transfer that the caller pulls.
+///
+/// Open returns once the head of the final answer is in, Read then hands out the body as it
+/// arrives. Both run the transfer on the calling thread and no other. The body is buffered up to
+/// kBufferLimit, beyond which the connection is paused. Cancel may be called on any thread, all
+/// else on one at a time.
+class CCurlTransfer {
+public:
+    CCurlTransfer();
+    ~CCurlTransfer();
+    CCurlTransfer(const CCurlTransfer&) = delete;
+    CCurlTransfer& operator=(const CCurlTransfer&) = delete;
+
+    /// Sends the request. False when nothing answers, the time runs out, the status is 400 or above
+    /// (but for SucceedOnError), 304, or the other side can't serve the range; GetResponse then
+    /// still tells what is known.
+    bool Open(const CCurlRequest& request);
+
+    /// Up to `size` bytes. Fewer only at the end of the body or after a failure; -1 when it failed
+    /// before the first byte of this call.
+    int64_t Read(void* buffer, int64_t size);
+
+    /// Ends a running Open or Read of another thread, and every later one, at once.
+    void Cancel();
+
+    const CCurlResponse& GetResponse() const { return Response; }
+    /// The whole body arrived.
+    bool IsComplete() const { return Done && Result == CURLE_OK; }
+
+private:
+    static constexpr size_t kBufferLimit = 1 << 20;
+
+    static size_t OnHeader(char* data, size_t size, size_t count, void* self);
+    static size_t OnBody(char* data, size_t size, size_t count, void* self);
+    void AddHeaderLine(const std::string& line);
+    void SetOptions(const CCurlRequest& request);
+    void SetBodyOptions(const CCurlRequest& request);
+    bool PumpUntil(bool (CCurlTransfer::*reached)() const);
+    bool PumpOnce();
+    void CollectInfo();
+    bool HasHead() const { return HeadComplete || Done; }
+    bool HasBytes() const { return BufferStart < Buffer.size() || Done; }
+
+    struct MultiDeleter {
+        void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
+    };
+    struct EasyDeleter {
+        void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    };
+    struct ListDeleter {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+
+    std::unique_ptr<CURLM, MultiDeleter> Multi;
+    std::unique_ptr<CURL, EasyDeleter> Easy;
+    std::unique_ptr<curl_slist, ListDeleter> HeaderList;
+    CCurlResponse Response;
+    std::string Buffer;     ///< body bytes that arrived and are not read yet
+    size_t BufferStart = 0; ///< first unread byte of Buffer
+    int64_t TimeoutMS = 20000;
+    bool HeadComplete = false; ///< the final answer's head is in
+    bool Paused = false;       ///< the buffer was full
+    bool Activity = false;     ///< something came in since the last look
+    bool Done = false;         ///< the transfer ended, with Result
+    CURLcode Result = CURLE_OK;
+    std::atomic<bool> Cancelled{false};
+};

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+/// Recursive lock that other classes embed.
+///
+/// The mutex does the work; the depth and the owner are kept only so that a debugger or a test can
+/// see who holds it. Works with std::lock_guard (`lock`, `unlock`). Not copyable.
+class VnCriticalSection {
+public:
+    VnCriticalSection() {
+        pthread_mutexattr_t attributes;
+        pthread_mutexattr_init(&attributes);
+        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+        pthread_mutex_init(&Mutex, &attributes);
+        pthread_mutexattr_destroy(&attributes);
+    }
+    ~VnCriticalSection() { pthread_mutex_destroy(&Mutex); }
+    VnCriticalSection(const VnCriticalSection&) = delete;
+    VnCriticalSection& operator=(const VnCriticalSection&) = delete;
+
+    /// Waits until this thread holds the lock. The same thread may lock again; each Lock needs an
+    /// Unlock of its own.
+    void Lock() {
+        pthread_mutex_lock(&Mutex);
+        Depth.fetch_add(1);
+        Owner.store(pthread_self());
+    }
+
+    /// Gives up one Lock of this thread.
+    void Unlock() {
+        Depth.fetch_sub(1);
+        pthread_mutex_unlock(&Mutex);
+    }
+
+    /// Lock and Unlock under the names that the standard guards call.
+    void lock() { Lock(); }
+    void unlock() { Unlock(); }
+
+    /// Locks held at the moment of the call; already stale when the caller reads it.
+    int32_t GetDepth() const { return Depth.load(); }
+
+    /// The thread that locked last; it holds the lock only while the depth is above 0.
+    pthread_t GetOwner() const { return Owner.load(); }
+
+private:
+    pthread_mutex_t Mutex;
+    std::atomic<int32_t> Depth{0};
+    std::atomic<pthread_t> Owner{};
+};
+
+/// Holds a VnCriticalSection for the length of a scope.
+using VnCriticalSectionLock = std::lock_guard<VnCriticalSection>;

@@ -1,0 +1,16 @@
+vn_add_test(core/VnArrayTest.cpp)
+vn_add_test(core/VnMapTest.cpp)
+vn_add_test(core/VnPropertyMapTest.cpp)
+vn_add_test(core/VnPropertyMapXMLTest.cpp)
+vn_add_test(core/VnStringArrayTest.cpp)
+vn_add_test(data/CBlockDataContainerTest.cpp)
+vn_add_test(runtime/VnLogTest.cpp SOURCES support/FakeTools.cpp)
+vn_add_test(runtime/VnQSortTest.cpp SOURCES support/FakeTools.cpp)
+vn_add_test(runtime/VnThreadTest.cpp SOURCES support/FakeTools.cpp)
+vn_add_test(runtime/VnTimerTest.cpp)
+
+# These tests put a tools module of their own, and failures of the system, in the place of the real ones.
+foreach(test VnLogTest VnQSortTest VnThreadTest)
+    target_link_options(runtime_${test} PRIVATE -Wl,--wrap=_Z14VnGetToolsRootbPKw)
+endforeach()
+target_link_options(runtime_VnThreadTest PRIVATE -Wl,--wrap=setpriority -Wl,--wrap=pthread_create)

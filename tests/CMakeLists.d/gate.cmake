@@ -1,0 +1,37 @@
+# Modules that stand for the siblings in the tests: complete ones, and ones without any entry.
+add_library(EntryModule OBJECT modules/EntryModule.cpp modules/Factories.cpp)
+add_library(BareModule OBJECT modules/BareModule.cpp)
+set(VN_TEST_MODULES)
+function(vn_add_test_module kind name)
+    set(target Test${kind}${name})
+    add_library(${target} MODULE $<TARGET_OBJECTS:${kind}Module>)
+    set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME ${name}
+        LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/modules/${kind}
+    )
+    set(VN_TEST_MODULES ${VN_TEST_MODULES} ${target} PARENT_SCOPE)
+endfunction()
+foreach(name VnTools VnImage VnReader VnDisc VnPlayer VnWMFactory VnTelevision)
+    vn_add_test_module(Entry ${name})
+endforeach()
+foreach(name VnTools VnImage VnReader)
+    vn_add_test_module(Bare ${name})
+endforeach()
+
+add_library(VersionModule MODULE modules/VersionModule.cpp)
+set_target_properties(VersionModule PROPERTIES
+    OUTPUT_NAME Version
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/modules
+)
+
+vn_add_test(files/VnFileSystemNamesTest.cpp DEPENDS VnTools)
+vn_add_test(files/VnFileSystemOperationsTest.cpp DEPENDS VnTools)
+vn_add_test(files/VnFileSystemPruneTest.cpp DEPENDS VnTools)
+vn_add_test(files/VnFileSystemTreesTest.cpp DEPENDS VnTools)
+vn_add_test(files/VnMoveCopyDirectoryTest.cpp DEPENDS VnTools)
+vn_add_test(plugin/ExportsTest.cpp DEPENDS VnPortableDrives VnTools ${VN_TEST_MODULES})
+vn_add_test(plugin/VnAppTest.cpp LAYERS drive plugin)
+vn_add_test(runtime/CProcessInfoTest.cpp)
+vn_add_test(runtime/CVersionInfoTest.cpp DEPENDS VersionModule ${VN_TEST_MODULES})
+vn_add_test(runtime/VnSharedMemoryTest.cpp)
+vn_add_test(runtime/VnSiblingModulesTest.cpp DEPENDS ${VN_TEST_MODULES})

@@ -1,0 +1,1 @@
+vn_add_test(text/VnXMLParserTest.cpp)

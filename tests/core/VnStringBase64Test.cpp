@@ -1,0 +1,116 @@
+#include "core/VnString.h"
+
+#include "core/VnBuffer.h"
+#include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+VnString Encode(const std::string& bytes, bool lineBreaks = false) {
+    VnString text;
+    text.SetBase64(bytes.data(), static_cast<int32_t>(bytes.size()), lineBreaks);
+    return text;
+}
+
+std::string Contents(const VnBuffer& buffer) {
+    return std::string(reinterpret_cast<const char*>(buffer.GetData()),
+                       static_cast<size_t>(buffer.GetSize()));
+}
+
+std::string Decode(const wchar_t* text) {
+    VnBuffer buffer;
+    EXPECT_TRUE(VnString(text).GetBase64(buffer));
+    return buffer.IsEmpty() ? std::string() : Contents(buffer);
+}
+
+} // namespace
+
+TEST(VnStringBase64, VectorsOfTheStandard) {
+    struct Row {
+        const char* Bytes;
+        const wchar_t* Text;
+    };
+    constexpr Row kRows[] = {
+        {"", L""},
+        {"f", L"Zg=="},
+        {"fo", L"Zm8="},
+        {"foo", L"Zm9v"},
+        {"foob", L"Zm9vYg=="},
+        {"fooba", L"Zm9vYmE="},
+        {"foobar", L"Zm9vYmFy"},
+    };
+    for (const Row& row : kRows) {
+        EXPECT_EQ(ToBytes(Encode(row.Bytes)), ToBytes(row.Text));
+        EXPECT_EQ(Decode(row.Text), row.Bytes);
+    }
+}
+
+TEST(VnStringBase64, ALineFeedFollowsEvery64CharactersButTheLast) {
+    EXPECT_EQ(Encode(std::string(48, 'a'), true).GetLength(), 64);
+    EXPECT_EQ(Encode(std::string(48, 'a'), true).Find(L'\n'), -1);
+    const VnString two = Encode(std::string(49, 'a'), true);
+    EXPECT_EQ(two.GetLength(), 69);
+    EXPECT_EQ(two.Find(L'\n'), 64);
+    EXPECT_EQ(Encode(std::string(96, 'a'), true).GetLength(), 129);
+}
+
+TEST(VnStringBase64, DecoderIsLenient) {
+    using namespace std::string_literals;
+    EXPECT_EQ(Decode(L"QQ"), "A\0\0"s);
+    EXPECT_EQ(Decode(L"QQ=="), "A"s);
+    EXPECT_EQ(Decode(L"Q\r\nU\nFB"), "AAA"s);
+    EXPECT_EQ(Decode(L"QUFB\r\n"), "AAA"s);
+    EXPECT_EQ(Decode(L"Q*=="), "@"s);
+    EXPECT_EQ(Decode(L"\u0151QFB"), "\x01\x01\x41"s);
+    EXPECT_EQ(Decode(L"\r\n"), ""s);
+    EXPECT_EQ(Decode(L"===="), ""s);
+}
+
+TEST(VnStringBase64, RoundTripOfEveryLength) {
+    std::string bytes;
+    for (int length = 0; length < 300; ++length) {
+        for (const bool lineBreaks : {false, true}) {
+            ASSERT_EQ(Decode(Encode(bytes, lineBreaks)), bytes) << length;
+        }
+        bytes.push_back(static_cast<char>(length * 37));
+    }
+}
+
+TEST(VnStringBase64, BytesFitTheTargetOrFail) {
+    const VnString text(L"Zm9vYg==");
+    char target[6] = "xxxxx";
+    EXPECT_TRUE(text.GetBase64Bytes(target, 6));
+    EXPECT_EQ(std::string(target, 6), std::string("foob\0\0", 6));
+    EXPECT_FALSE(text.GetBase64Bytes(target, 3));
+    EXPECT_EQ(std::string(target, 3), std::string("\0\0\0", 3));
+    EXPECT_FALSE(text.GetBase64Bytes(nullptr, 6));
+    EXPECT_FALSE(text.GetBase64Bytes(target, 0));
+}
+
+TEST(VnStringBase64, Hexadecimal) {
+    VnString text;
+    text.SetHexBytes("\x00\x1F\xAB\xFF", 4);
+    EXPECT_EQ(ToBytes(text), "001FABFF");
+    text.SetHexBytes("x", 0);
+    EXPECT_TRUE(text.IsEmpty());
+
+    struct Row {
+        const wchar_t* Text;
+        std::string Bytes;
+    };
+    const Row kRows[] = {
+        {L"ABC", "\x0A\xBC"}, {L"abCD", "\xAB\xCD"}, {L"0G", ""},
+        {L"41G", "\x04"},     {L"4142G0", "AB"},     {L"", ""},
+        {L"7", "\x07"},
+    };
+    for (const Row& row : kRows) {
+        VnBuffer buffer(3);
+        buffer.SetHexText(row.Text);
+        EXPECT_EQ(buffer.GetSize(), static_cast<int64_t>(row.Bytes.size())) << ToBytes(row.Text);
+        EXPECT_TRUE(buffer.IsEmpty() || Contents(buffer) == row.Bytes) << ToBytes(row.Text);
+    }
+}

@@ -1,0 +1,156 @@
+#include "core/VnString.h"
+
+#include "runtime/VnSiblingModules.h"
+#include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+struct ListCase {
+    const char* What;
+    const wchar_t* Text;
+    std::vector<const wchar_t*> Old;
+    std::vector<const wchar_t*> New;
+    int32_t Maximum;
+    bool KeepMatch;
+    const wchar_t* Before;
+    const wchar_t* After;
+    int32_t Hits;
+    const wchar_t* Result;
+};
+
+constexpr int32_t kAll = 0x7fffffff;
+
+const ListCase kListCases[] = {
+    {"nearest hit first, no overlap",
+     L"aaa",
+     {L"aa", L"a"},
+     {L"b", L"c"},
+     kAll,
+     false,
+     nullptr,
+     nullptr,
+     2,
+     L"bc"},
+    {"lowest index at one place",
+     L"abab",
+     {L"a", L"ab"},
+     {L"1", L"2"},
+     kAll,
+     false,
+     nullptr,
+     nullptr,
+     2,
+     L"1b1b"},
+    {"earlier hit of a later text",
+     L"xyab",
+     {L"ab", L"y"},
+     {L"", L"long"},
+     kAll,
+     false,
+     nullptr,
+     nullptr,
+     2,
+     L"xlong"},
+    {"new text is not searched again",
+     L"aa",
+     {L"a"},
+     {L"aa"},
+     kAll,
+     false,
+     nullptr,
+     nullptr,
+     2,
+     L"aaaa"},
+    {"maximum", L"a.a.a", {L"a"}, {L"b"}, 2, false, nullptr, nullptr, 2, L"b.b.a"},
+    {"maximum of 0", L"a", {L"a"}, {L"b"}, 0, false, nullptr, nullptr, 0, L"a"},
+    {"wrapped new text", L"a-", {L"a"}, {L"b"}, kAll, false, L"<", L">", 1, L"<b>-"},
+    {"wrapped match", L"abc", {L"b"}, {nullptr}, kAll, true, L"[", L"]", 1, L"a[b]c"},
+    {"null new text", L"abc", {L"b"}, {nullptr}, kAll, false, nullptr, nullptr, 1, L"ac"},
+    {"empty old text spoils all",
+     L"abc",
+     {L"b", L""},
+     {L"x", L"y"},
+     kAll,
+     false,
+     nullptr,
+     nullptr,
+     0,
+     L"abc"},
+    {"null old text spoils all",
+     L"abc",
+     {L"b", nullptr},
+     {L"x", L"y"},
+     kAll,
+     false,
+     nullptr,
+     nullptr,
+     0,
+     L"abc"},
+    {"all gone", L"aa", {L"a"}, {L""}, kAll, false, nullptr, nullptr, 2, L""},
+    {"nothing to search", L"", {L"a"}, {L"b"}, kAll, false, nullptr, nullptr, 0, L""},
+};
+
+} // namespace
+
+TEST(VnStringReplace, ListGivesHitsAndText) {
+    for (const ListCase& row : kListCases) {
+        SCOPED_TRACE(row.What);
+        VnString text(row.Text);
+        const VnString twin(text);
+        EXPECT_EQ(text.ReplaceList(row.Old.data(), row.New.data(),
+                                   static_cast<int32_t>(row.Old.size()), true, row.Maximum,
+                                   row.KeepMatch, row.Before, row.After),
+                  row.Hits);
+        EXPECT_EQ(ToBytes(text), ToBytes(row.Result));
+        EXPECT_EQ(ToBytes(twin), ToBytes(row.Text));
+        EXPECT_EQ(text.GetLength(), VnString(row.Result).GetLength());
+    }
+}
+
+TEST(VnStringReplace, ATextWithoutAHitKeepsItsSharedBlock) {
+    VnString text(L"nothing here");
+    const VnString twin(text);
+    EXPECT_EQ(text.Replace(L"x", L"y"), 0);
+    EXPECT_EQ(text.ReplaceChar(L'x', L'y'), 0);
+    EXPECT_EQ(text.GetText(), twin.GetText());
+}
+
+TEST(VnStringReplace, ArgumentsMayPointIntoTheText) {
+    VnString text(L"ab-ab");
+    EXPECT_EQ(text.Replace(text.GetText() + 3, text), 2);
+    EXPECT_EQ(ToBytes(text), "ab-ab-ab-ab");
+    VnString range(L"abc");
+    range.ReplaceRange(1, 1, range);
+    EXPECT_EQ(ToBytes(range), "aabcc");
+}
+
+TEST(VnStringReplace, AnyCaseReplacesEverySpelling) {
+    if (VnGetToolsRoot() == nullptr) {
+        GTEST_SKIP() << "the tools module is not built: there is no search in any case";
+    }
+    VnString text(L"The the THE");
+    EXPECT_EQ(text.Replace(L"tHe", L"a", false), 3);
+    EXPECT_EQ(ToBytes(text), "a a a");
+}
+
+TEST(VnStringReplace, FirstCharAndRange) {
+    VnString text(L"a.b.c");
+    EXPECT_EQ(text.ReplaceFirst(L".", L"--", 2), 3);
+    EXPECT_EQ(ToBytes(text), "a.b--c");
+    EXPECT_EQ(text.ReplaceFirst(L"x", L"y"), -1);
+    EXPECT_EQ(text.ReplaceFirst(L"", L"y"), -1);
+    EXPECT_EQ(text.ReplaceChar(L'-', L'+'), 2);
+    EXPECT_EQ(ToBytes(text), "a.b++c");
+    text.ReplaceRange(-5, 2, L"Z");
+    EXPECT_EQ(ToBytes(text), "Zb++c");
+    text.ReplaceRange(4, 100, nullptr);
+    EXPECT_EQ(ToBytes(text), "Zb++");
+    text.ReplaceRange(100, 1, L"!");
+    EXPECT_EQ(ToBytes(text), "Zb++!");
+    EXPECT_EQ(text.ReplaceChar(L'+', L'\0'), 2);
+    EXPECT_EQ(text.GetLength(), 2);
+}

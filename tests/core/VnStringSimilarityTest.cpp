@@ -1,0 +1,158 @@
+#include "core/VnString.h"
+
+#include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int32_t kTooFar = 0x7fffffff;
+
+/// The textbook table, without any short cut.
+int32_t PlainDistance(const std::wstring& a, const std::wstring& b) {
+    std::vector<std::vector<int32_t>> table(a.size() + 1, std::vector<int32_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i) {
+        for (size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                table[i][j] = static_cast<int32_t>(i + j);
+                continue;
+            }
+            table[i][j] = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1,
+                                    table[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1)});
+        }
+    }
+    return table[a.size()][b.size()];
+}
+
+int32_t PlainCommonLength(const std::wstring& a, const std::wstring& b) {
+    std::vector<std::vector<int32_t>> table(a.size() + 1, std::vector<int32_t>(b.size() + 1));
+    for (size_t i = 1; i <= a.size(); ++i) {
+        for (size_t j = 1; j <= b.size(); ++j) {
+            table[i][j] = a[i - 1] == b[j - 1] ? table[i - 1][j - 1] + 1
+                                               : std::max(table[i - 1][j], table[i][j - 1]);
+        }
+    }
+    return table[a.size()][b.size()];
+}
+
+bool IsSubsequence(const std::wstring& part, const std::wstring& whole) {
+    size_t next = 0;
+    for (const wchar_t ch : whole) {
+        next += next < part.size() && part[next] == ch ? 1 : 0;
+    }
+    return next == part.size();
+}
+
+std::wstring RandomText(std::mt19937& random) {
+    std::wstring text(random() % 12, L'a');
+    for (wchar_t& ch : text) {
+        ch = static_cast<wchar_t>(L'a' + random() % 3);
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(VnStringSimilarity, DistanceAgreesWithTheFullTableUnderEveryLimit) {
+    for (uint32_t seed = 0; seed < 400; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const std::wstring a = RandomText(random);
+        const std::wstring b = RandomText(random);
+        const int32_t distance = PlainDistance(a, b);
+        EXPECT_EQ(VnString(a.c_str()).Levenshtein(b.c_str()), distance);
+        for (int32_t limit = -1; limit < 13; ++limit) {
+            EXPECT_EQ(VnString(a.c_str()).Levenshtein(b.c_str(), limit),
+                      distance <= limit ? distance : kTooFar)
+                << "limit " << limit;
+        }
+    }
+}
+
+TEST(VnStringSimilarity, CompareIsFolded) {
+    EXPECT_EQ(VnString(L"Kitten").Levenshtein(L"sITTING"), 3);
+    EXPECT_EQ(VnString(L"abc").Levenshtein(nullptr), 3);
+}
+
+TEST(VnStringSimilarity, IsSimilarGrowsWithThisText) {
+    struct Row {
+        const wchar_t* Text;
+        const wchar_t* Other;
+        bool Similar;
+    };
+    constexpr Row kRows[] = {
+        {L"abcd", L"abcf", true},
+        {L"abc", L"abd", false},
+        {L"abc", L"ABC", true},
+        {L"abcdefgh", L"abcdefxy", true},
+        {L"abcdefgh", L"abcdexyz", false},
+        {L"abcdefghijklmnopqrstuvwxyz", L"bcdefghijklmnopqrstuvw", false},
+        {L"abcdefghijklmnopqrstuvwxyz", L"bcdefghijklmnopqrstuvwxy", true},
+        {L"", L"", true},
+    };
+    for (const Row& row : kRows) {
+        EXPECT_EQ(VnString(row.Text).IsSimilar(row.Other), row.Similar) << ToBytes(row.Text);
+    }
+}
+
+TEST(VnStringSimilarity, CommonSubsequenceIsLongestAndKeepsTheFirstSpelling) {
+    EXPECT_EQ(ToBytes(VnString::LongestCommonSubsequence(L"AbCdE", L"xaxbxe")), "AbE");
+    EXPECT_EQ(ToBytes(VnString::LongestCommonSubsequence(L"abc", L"")), "");
+    for (uint32_t seed = 0; seed < 300; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const std::wstring a = RandomText(random);
+        const std::wstring b = RandomText(random);
+        const VnString common = VnString::LongestCommonSubsequence(a.c_str(), b.c_str());
+        EXPECT_EQ(common.GetLength(), PlainCommonLength(a, b));
+        EXPECT_TRUE(IsSubsequence(common.GetText(), a));
+        EXPECT_TRUE(IsSubsequence(common.GetText(), b));
+    }
+}
+
+TEST(VnStringSimilarity, PatternClassesAndEnds) {
+    struct Row {
+        const wchar_t* Text;
+        const wchar_t* Pattern;
+        bool CaseFlag;
+        bool Matches;
+    };
+    constexpr Row kRows[] = {
+        {L"", L"", true, true},        {L"a", L"", true, false},
+        {L"", L"a", true, false},      {L"7", L"\\#", true, true},
+        {L"x", L"\\#", true, false},   {L"x", L"\\a", true, true},
+        {L"7", L"\\a", true, false},   {L"x7", L"\\$\\$", true, true},
+        {L"-", L"\\$", true, false},   {L"fA9", L"\\h\\h\\h", true, true},
+        {L"g", L"\\h", true, false},   {L"\\", L"\\\\", true, true},
+        {L"a", L"\\\\", true, false},  {L"ABC", L"abc", false, true},
+        {L"ABC", L"abc", true, false}, {L"abc", L"ab", true, false},
+        {L"ab", L"abc", true, false},  {L"a", L"\\", true, false},
+    };
+    for (const Row& row : kRows) {
+        EXPECT_EQ(VnString(row.Text).MatchesPattern(row.Pattern, row.CaseFlag), row.Matches)
+            << ToBytes(row.Text) << " against " << ToBytes(row.Pattern);
+    }
+}
+
+TEST(VnStringSimilarity, MadeOfAndNumber) {
+    EXPECT_TRUE(VnString(L"ab1-").IsMadeOf(true, true, L"-", 0, 10));
+    EXPECT_FALSE(VnString(L"ab1").IsMadeOf(true, false, nullptr, 0, 10));
+    EXPECT_FALSE(VnString(L"ab").IsMadeOf(false, true, L"a", 0, 10));
+    EXPECT_FALSE(VnString(L"abc").IsMadeOf(true, true, nullptr, 0, 2));
+    EXPECT_FALSE(VnString(L"").IsMadeOf(true, true, nullptr, 1, 2));
+    EXPECT_TRUE(VnString(L"").IsMadeOf(false, false, nullptr, 0, 2));
+
+    EXPECT_TRUE(VnString(L"-12").IsNumber());
+    EXPECT_FALSE(VnString(L"1-2").IsNumber());
+    EXPECT_FALSE(VnString(L"1.5").IsNumber());
+    EXPECT_TRUE(VnString(L"1,000.5").IsNumber(false, true));
+    EXPECT_FALSE(VnString(L"").IsNumber());
+    EXPECT_TRUE(VnString(L"").IsNumber(true));
+    EXPECT_TRUE(VnString(L"12345678901234567890123456789012").IsNumber());
+    EXPECT_FALSE(VnString(L"123456789012345678901234567890123").IsNumber());
+}

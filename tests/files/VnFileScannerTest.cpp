@@ -1,0 +1,317 @@
+#include "files/VnFileScanner.h"
+
+#include "core/VnStringArray.h"
+#include "files/VnFileFinder.h"
+#include "files/VnFileInfo.h"
+#include "tests/support/TestEnvironment.h"
+#include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+
+#include <glob.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+/// The entries without the path of the folder.
+Names Below(const TestFolder& folder, const VnStringArray& paths) {
+    Names names;
+    for (const VnString& path : paths) {
+        const std::string bytes = ToBytes(path);
+        const std::string root = folder / "";
+        names.push_back(bytes.starts_with(root) ? bytes.substr(root.size()) : bytes);
+    }
+    return names;
+}
+
+Names Found(const TestFolder& folder, const std::string& pattern) {
+    VnStringArray paths;
+    VnFileFinder finder(ToText(folder / pattern));
+    for (VnFileInfo info; finder.Next(info);) {
+        paths.Add(info.Filename.Filename);
+    }
+    return Below(folder, paths);
+}
+
+Names Scanned(const TestFolder& folder, VnFileScanner& scanner) {
+    VnStringArray paths;
+    scanner.AppendTo(paths);
+    return Below(folder, paths);
+}
+
+VnString Root(const TestFolder& folder) {
+    return ToText(folder.Path().string());
+}
+
+/// Names that sort differently as bytes, as words, and with the "/" of a directory behind them.
+void MakeAwkwardNames(const TestFolder& folder) {
+    for (const char* name :
+         {"a", "a b", "a-", "a.", "a.mp3", "a0", "B", "ab/x", "ab.c", "abc", "abcdefgh",
+          "abcdefgh1", "abcdefg/x", "\xC3\xA9", "z", "!", "#", "Z/x"}) {
+        folder.Write(name, "");
+    }
+}
+
+void ExpectOrderOfGlob(const TestFolder& folder) {
+    glob_t expected = {};
+    ASSERT_EQ(glob((folder / "*").c_str(), GLOB_MARK, nullptr, &expected), 0);
+    VnFileScanner scanner(Root(folder), L"", false);
+    scanner.SetIncludeDirectories(true);
+    EXPECT_EQ(scanner.GetCount(), static_cast<int32_t>(expected.gl_pathc));
+    for (size_t i = 0; i < expected.gl_pathc; ++i) {
+        EXPECT_EQ(ToBytes(scanner.GetAt(static_cast<int32_t>(i))), expected.gl_pathv[i]);
+    }
+    globfree(&expected);
+}
+
+/// A small library: two levels, hidden names, and names around the "/" that marks a directory.
+class SampleTree {
+public:
+    SampleTree() {
+        for (const char* name :
+             {"b.mp3", "A.MP3", "readme", "cover.jpg", ".hidden.mp3", "sub/one.mp3",
+              "sub/deep/two.flac", ".dot/three.mp3", "sub.mp3", "sub-b.mp3"}) {
+            Folder.Write(name, "12345");
+        }
+    }
+    TestFolder Folder;
+};
+
+} // namespace
+
+TEST(VnFileFinder, ListsAsGlobDoes) {
+    const SampleTree tree;
+    EXPECT_EQ(Found(tree.Folder, ""),
+              (Names{"A.MP3", "b.mp3", "cover.jpg", "readme", "sub-b.mp3", "sub.mp3", "sub/"}));
+    EXPECT_EQ(Found(tree.Folder, "*.mp3"), (Names{"b.mp3", "sub-b.mp3", "sub.mp3"}));
+    EXPECT_EQ(Found(tree.Folder, "readme"), (Names{"readme"}));
+    EXPECT_EQ(Found(tree.Folder, "*/one.mp3"), (Names{"sub/one.mp3"}));
+    EXPECT_EQ(Found(tree.Folder, "missing/"), Names{});
+    EXPECT_EQ(Found(tree.Folder, "x*"), Names{});
+}
+
+TEST(VnFileFinder, OnlyTheStarIsAWildcard) {
+    const TestFolder folder;
+    folder.Write("[1]/a?.mp3", "");
+    folder.Write("1/ab.mp3", "");
+    folder.Write("back\\slash/c", "");
+    folder.Write("a*b/d", "");
+    folder.Write("axb/e", "");
+    EXPECT_EQ(Found(folder, "[1]/"), (Names{"[1]/a?.mp3"}));
+    EXPECT_EQ(Found(folder, "[1]/a?.mp3"), (Names{"[1]/a?.mp3"}));
+    EXPECT_EQ(Found(folder, "1/a?.mp3"), Names{});
+    EXPECT_EQ(Found(folder, "back\\slash/"), (Names{"back\\slash/c"}));
+    EXPECT_EQ(Found(folder, "a*b/"), (Names{"a*b/d"})) << "a directory of that very name";
+    EXPECT_EQ(Found(folder, "a*/"), (Names{"a*b/d", "axb/e"}));
+}
+
+TEST(VnFileFinder, ValidityAndExistence) {
+    const SampleTree tree;
+    EXPECT_FALSE(VnFileFinder(L"").IsValid());
+    EXPECT_FALSE(VnFileFinder(ToText(tree.Folder / "missing/*")).IsValid());
+    EXPECT_TRUE(VnFileFinder(ToText(tree.Folder / "nothing*")).IsValid());
+    EXPECT_TRUE(VnFileFinder::Exists(ToText(tree.Folder / "b*")));
+    EXPECT_TRUE(VnFileFinder::Exists(ToText(tree.Folder / "b.mp3")));
+    EXPECT_FALSE(VnFileFinder::Exists(ToText(tree.Folder / "z*")));
+    EXPECT_FALSE(VnFileFinder::Exists(L""));
+}
+
+TEST(VnFileFinder, KnowsOddNamesAndLinksThatLeadNowhere) {
+    const TestFolder folder;
+    folder.Write("a.flac;3", "123");
+    folder.Write("\xE9.mp3", "1234");
+    std::filesystem::create_symlink("nowhere", folder / "link");
+    VnFileFinder finder(ToText(folder / ""));
+    VnFileInfo info;
+    ASSERT_TRUE(finder.Next(info));
+    EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "a.flac;3");
+    EXPECT_EQ(info.GetSize(), 3);
+    ASSERT_TRUE(finder.Next(info));
+    EXPECT_FALSE(info.Valid);
+    EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "link");
+    ASSERT_TRUE(finder.Next(info));
+    EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "\xE9.mp3");
+    EXPECT_EQ(info.GetSize(), 4);
+    EXPECT_FALSE(finder.Next(info));
+}
+
+TEST(VnFileScanner, ListsFilesByExtensionAndDepth) {
+    const SampleTree tree;
+    const VnString root = Root(tree.Folder);
+    VnFileScanner all(root, L"", true);
+    EXPECT_EQ(Scanned(tree.Folder, all),
+              (Names{".dot/three.mp3", "A.MP3", "b.mp3", "cover.jpg", "readme", "sub-b.mp3",
+                     "sub.mp3", "sub/deep/two.flac", "sub/one.mp3"}));
+    EXPECT_EQ(all.GetTotalSize(), 45);
+    EXPECT_EQ(all.GetCount(), 9);
+    EXPECT_EQ(ToBytes(all.GetAt(100)), tree.Folder / "sub/one.mp3");
+    EXPECT_EQ(ToBytes(all.GetAt(0)), tree.Folder / ".dot/three.mp3");
+
+    VnFileScanner flat(root, L"mP3");
+    EXPECT_EQ(Scanned(tree.Folder, flat), (Names{"A.MP3", "b.mp3", "sub-b.mp3", "sub.mp3"}));
+    EXPECT_EQ(flat.GetTotalSize(), 20);
+    VnFileScanner bare(root, L"readme");
+    EXPECT_EQ(Scanned(tree.Folder, bare), (Names{"readme"}));
+    VnStringArray extensions;
+    extensions.Add(L"flac");
+    extensions.Add(L"");
+    extensions.Add(L"jpg");
+    VnFileScanner several(root, extensions, true);
+    EXPECT_EQ(Scanned(tree.Folder, several), (Names{"cover.jpg", "sub/deep/two.flac"}));
+}
+
+TEST(VnFileScanner, DotDirectoriesCanBeSkipped) {
+    const SampleTree tree;
+    VnFileScanner scanner(Root(tree.Folder), L"mp3", true);
+    scanner.SetSkipDotDirectories(true);
+    EXPECT_EQ(Scanned(tree.Folder, scanner),
+              (Names{"A.MP3", "b.mp3", "sub-b.mp3", "sub.mp3", "sub/one.mp3"}));
+    VnStringArray directories;
+    EXPECT_EQ(VnFileScanner::GetDirectories(Root(tree.Folder), directories, true), 3);
+    EXPECT_EQ(Below(tree.Folder, directories), (Names{".dot/", "sub/", "sub/deep/"}));
+}
+
+TEST(VnFileScanner, DirectoriesAreListedAheadOfWhatTheyHold) {
+    const SampleTree tree;
+    VnFileScanner scanner(Root(tree.Folder), L"flac", true);
+    scanner.SetIncludeDirectories(true);
+    EXPECT_EQ(Scanned(tree.Folder, scanner),
+              (Names{".dot/", "sub/", "sub/deep/", "sub/deep/two.flac"}));
+    scanner.SetRecursive(false);
+    scanner.SetIncludeFiles(false);
+    scanner.SetPath(Root(tree.Folder), true);
+    EXPECT_EQ(Scanned(tree.Folder, scanner), (Names{".dot/", "sub/"}));
+    EXPECT_EQ(scanner.GetTotalSize(), 0);
+}
+
+TEST(VnFileScanner, SettingsDecideWhenItScansAgain) {
+    const SampleTree tree;
+    VnFileScanner scanner(Root(tree.Folder), L"jpg");
+    EXPECT_EQ(scanner.GetCount(), 1);
+    tree.Folder.Write("new.jpg", "1");
+    scanner.Scan();
+    EXPECT_EQ(scanner.GetCount(), 1);
+    scanner.SetRecursive(false);
+    EXPECT_EQ(scanner.GetCount(), 3) << "new finds follow the old ones";
+    scanner.Rescan(Root(tree.Folder));
+    EXPECT_EQ(scanner.GetCount(), 2);
+    EXPECT_EQ(scanner.GetTotalSize(), 6);
+    scanner.Rescan(Root(tree.Folder), L"flac");
+    EXPECT_EQ(scanner.GetCount(), 0);
+    scanner.Rescan(Root(tree.Folder), true);
+    EXPECT_EQ(scanner.GetCount(), 1);
+    scanner.Rescan(Root(tree.Folder), L"", false);
+    EXPECT_EQ(scanner.GetCount(), 7);
+    VnStringArray own;
+    own.Add(L"kept");
+    scanner.SetResults(&own);
+    EXPECT_EQ(scanner.GetCount(), 8);
+    EXPECT_EQ(ToBytes(own[0]), "kept");
+    scanner.SetResults(nullptr);
+    EXPECT_EQ(scanner.GetCount(), 14);
+}
+
+TEST(VnFileScanner, EmptyMissingAndCancelledGiveNothing) {
+    const SampleTree tree;
+    std::filesystem::create_directory(tree.Folder / "empty");
+    for (const std::string& path :
+         {tree.Folder / "empty", tree.Folder / "missing", tree.Folder / "b.mp3", std::string()}) {
+        VnFileScanner scanner(ToText(path), L"", true);
+        EXPECT_EQ(scanner.GetCount(), 0) << path;
+        EXPECT_EQ(scanner.GetTotalSize(), 0);
+    }
+    bool cancel = true;
+    VnFileScanner scanner(Root(tree.Folder), L"", true);
+    scanner.SetCancelFlag(&cancel);
+    EXPECT_EQ(scanner.GetCount(), 0);
+}
+
+TEST(VnFileScanner, ModeBitsExcludeEntries) {
+    const SampleTree tree;
+    ASSERT_EQ(chmod((tree.Folder / "b.mp3").c_str(), 0601), 0);
+    VnFileScanner scanner(Root(tree.Folder), L"mp3", true);
+    scanner.SetExcludeModeBits(S_IXOTH);
+    EXPECT_EQ(Scanned(tree.Folder, scanner), (Names{"A.MP3", "sub-b.mp3", "sub.mp3"}));
+}
+
+TEST(VnFileScanner, LinksAreFollowedButNoDirectoryIsItsOwnDescendant) {
+    const TestFolder folder;
+    folder.Write("a/one.mp3", "1");
+    folder.Write("b/two.mp3", "22");
+    std::filesystem::create_directory_symlink("..", folder / "a/up");
+    std::filesystem::create_directory_symlink("../b", folder / "a/side");
+    std::filesystem::create_directory_symlink("../a", folder / "b/back");
+    std::filesystem::create_symlink("nowhere", folder / "b/gone.mp3");
+    VnFileScanner scanner(Root(folder), L"mp3", true);
+    EXPECT_EQ(Scanned(folder, scanner), (Names{"a/one.mp3", "a/side/gone.mp3", "a/side/two.mp3",
+                                               "b/back/one.mp3", "b/gone.mp3", "b/two.mp3"}));
+    EXPECT_EQ(scanner.GetTotalSize(), 1 - 1 + 2 + 1 - 1 + 2);
+}
+
+TEST(VnFileScanner, NamesAreReadWithoutLoss) {
+    const TestFolder folder;
+    const Names names = {"\xC3\xA9t\xC3\xA9/\xF0\x9F\x8E\xB5.mp3", "\xE9/\xFF.mp3", "x;1.mp3/a;2"};
+    for (const std::string& name : names) {
+        folder.Write(name, "1");
+    }
+    VnFileScanner scanner(Root(folder), L"", true);
+    const Names found = Scanned(folder, scanner);
+    EXPECT_EQ(found, (Names{"x;1.mp3/a;2", names[0], names[1]}));
+}
+
+TEST(VnFileScanner, AStarInTheRootStandsForAnyName) {
+    const TestFolder folder;
+    folder.Write("disc1/a.mp3", "1");
+    folder.Write("disc2/b.mp3", "1");
+    folder.Write("other/c.mp3", "1");
+    VnFileScanner scanner(ToText(folder / "disc*"), L"", true);
+    EXPECT_EQ(Scanned(folder, scanner), (Names{"disc1/a.mp3", "disc2/b.mp3"}));
+    folder.Write("disc*/d.mp3", "1");
+    scanner.Rescan(ToText(folder / "disc*"));
+    EXPECT_EQ(Scanned(folder, scanner), (Names{"disc*/d.mp3"}));
+}
+
+TEST(VnFileScanner, OrderIsThatOfGlobForAwkwardNames) {
+    const TestFolder folder;
+    MakeAwkwardNames(folder);
+    ExpectOrderOfGlob(folder);
+}
+
+TEST(VnFileScanner, OrderIsThatOfGlobInALocaleWithItsOwnCollation) {
+    const TestFolder folder;
+    MakeAwkwardNames(folder);
+    const TestFolder locales;
+    const std::string make = "localedef -i en_US -f UTF-8 '" + locales / "en_US.UTF-8" + "'";
+    if (std::system((make + " >/dev/null 2>&1").c_str()) != 0) {
+        GTEST_SKIP() << "localedef cannot make a locale here";
+    }
+    setenv("LOCPATH", locales.Path().c_str(), 1);
+    const bool isSet = std::setlocale(LC_COLLATE, "en_US.UTF-8") != nullptr;
+    if (isSet) {
+        ExpectOrderOfGlob(folder);
+        std::setlocale(LC_COLLATE, "C");
+    }
+    unsetenv("LOCPATH");
+    EXPECT_TRUE(isSet);
+}
+
+TEST(VnFileScanner, OneCallForms) {
+    const SampleTree tree;
+    const VnString root = Root(tree.Folder);
+    VnStringArray paths;
+    EXPECT_EQ(VnFileScanner::GetFiles(root, paths, false, L"jpg"), 1);
+    VnStringArray extensions;
+    extensions.Add(L"FLAC");
+    EXPECT_EQ(VnFileScanner::GetFiles(root, paths, true, extensions), 2);
+    EXPECT_EQ(Below(tree.Folder, paths), (Names{"cover.jpg", "sub/deep/two.flac"}));
+    EXPECT_EQ(VnFileScanner::GetTotalSize(root, true), 45);
+    EXPECT_EQ(VnFileScanner::GetTotalSize(root, false), 30);
+}

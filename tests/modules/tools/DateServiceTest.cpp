@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <string>
+
+#include "core/VnDllString.h"
+#include "data/VnDate.h"
+#include "runtime/IVnDateService.h"
+#include "runtime/IVnToolsRoot.h"
+#include "runtime/VnSiblingModules.h"
+#include "tests/support/TestText.h"
+
+namespace {
+
+IVnDateService& Service() {
+    return *VnGetToolsRoot()->GetDateService(1);
+}
+
+/// The date that a text names, in the form that leaves away what is not known.
+std::string Parsed(const wchar_t* text, bool toUTC = true) {
+    return ToBytes(VnDate(Service().ParseText(text, toUTC)).FormatISO(false, true));
+}
+
+struct TextCase {
+    const wchar_t* Text;
+    const char* ISO;
+};
+
+constexpr TextCase kReadable[] = {
+    {L"Sun, 06 Nov 1994 08:49:37 GMT", "1994-11-06T08:49:37"},
+    {L"Sunday, 06-Nov-94 08:49:37 GMT", "1994-11-06T08:49:37"},
+    {L"Sun Nov  6 08:49:37 1994", "1994-11-06T08:49:37"},
+    {L"2004", "2004"},
+    {L"2004-05", "2004-05-01"},
+    {L"2004-01", "2004-01-01"},
+    {L"2004-05-31", "2004-05-31"},
+    {L"2004/05/31", "2004-05-31"},
+    {L"2004-05-31T12:30:15", "2004-05-31T12:30:15"},
+    {L"2004-05-31 12:30", "2004-05-31T12:30:00"},
+    {L"2004-05-31T12:30:15.75Z", "2004-05-31T12:30:15"},
+    {L"2004-05-31T23:30:00-0200", "2004-06-01T01:30:00"},
+    {L"2004-06-01T01:30:00+02:00", "2004-05-31T23:30:00"},
+    {L"2004-06-01T01:30:00+02", "2004-05-31T23:30:00"},
+    {L"20040531", "2004-05-31"},
+    {L"20040531T123015", "2004-05-31T12:30:15"},
+    {L"31 May 2004", "2004-05-31"},
+    {L"May 31, 2004", "2004-05-31"},
+    {L"may 31st, 2004", "2004-05-31"},
+    {L"May 2004", "2004-05-01"},
+    {L"5/31/2004", "2004-05-31"},
+    {L"31.5.2004", "2004-05-31"},
+    {L"5/6/99", "1999-05-06"},
+    {L"5/6/25", "2025-05-06"},
+    {L"5/6/26", "1926-05-06"},
+    {L"2004-05-31 12:30 pm", "2004-05-31T12:30:00"},
+    {L"2004-05-31 12:05:00 AM", "2004-05-31T00:05:00"},
+    {L"2004-05-31 00:00:00", "2004-05-31T00:00:00"},
+    {L"2004-02-29", "2004-02-29"},
+    {L"Wed, 01 Jan 2020 00:00:00 EST", "2020-01-01T05:00:00"},
+};
+
+constexpr const wchar_t* kUnreadable[] = {
+    L"",           L"hello",         L"2003-02-29", L"2004-13-13",         L"31 Foo 2004",
+    L"12:30",      L"2004-05-31 25:00", L"2004-05-31 12:60", L"2004-05-31 13:00 pm",
+    L"1 2 3 4",    L"99999999999",   L"2004-00-10",  L"5 May",              L"20040000",
+    L"2004-05-31T12:30:00+99:00",    nullptr,
+};
+
+} // namespace
+
+TEST(DateService, ReadsDatesInManyForms) {
+    for (const TextCase& text : kReadable) {
+        SCOPED_TRACE(text.Text);
+        EXPECT_EQ(Parsed(text.Text), text.ISO);
+    }
+}
+
+TEST(DateService, RefusesWhatIsNoDate) {
+    for (const wchar_t* text : kUnreadable) {
+        SCOPED_TRACE(text == nullptr ? L"null" : text);
+        EXPECT_EQ(Parsed(text), "");
+    }
+}
+
+TEST(DateService, TurnsZonesIntoLocalTimeAsTheFoundationDoes) {
+    VnDate local;
+    ASSERT_TRUE(local.ParseText(L"Sun, 06 Nov 1994 08:49:37 GMT", false));
+    VnDate universal;
+    ASSERT_TRUE(universal.ParseText(L"Sun, 06 Nov 1994 08:49:37 GMT", true));
+    EXPECT_NEAR(local.GetSerial(), universal.ToLocal().GetSerial(), 1e-8);
+}
+
+TEST(DateService, KnowsNamesInEnglish) {
+    VnString name;
+    VnDllString adapter(name);
+    Service().GetWeekdayName(0, true, true, adapter);
+    EXPECT_EQ(ToBytes(name), "Sun");
+    Service().GetWeekdayName(6, false, true, adapter);
+    EXPECT_EQ(ToBytes(name), "Saturday");
+    Service().GetMonthName(1, true, true, adapter);
+    EXPECT_EQ(ToBytes(name), "Jan");
+    Service().GetMonthName(12, false, true, adapter);
+    EXPECT_EQ(ToBytes(name), "December");
+    for (const int32_t bad : {-1, 7, 13}) {
+        Service().GetWeekdayName(bad, true, true, adapter);
+        EXPECT_EQ(ToBytes(name), "") << bad;
+    }
+    Service().GetMonthName(0, true, true, adapter);
+    EXPECT_EQ(ToBytes(name), "");
+    EXPECT_EQ(Service().GetMonthNumber(L"SEPTEMBER"), 9);
+    EXPECT_EQ(Service().GetMonthNumber(L"sep"), 9);
+    EXPECT_EQ(Service().GetMonthNumber(L"Foo"), 0);
+    EXPECT_EQ(Service().GetMonthNumber(L""), 0);
+    EXPECT_EQ(Service().GetWeekdayNumber(L"sunday"), 1);
+    EXPECT_EQ(Service().GetWeekdayNumber(L"Sat"), 7);
+    Service().GetDayHalfText(true, true, adapter);
+    EXPECT_EQ(ToBytes(name), "PM");
+    Service().GetDayHalfText(false, false, adapter);
+    EXPECT_EQ(ToBytes(name), "a");
+    Service().GetAgoText(adapter);
+    EXPECT_EQ(ToBytes(name), " ago");
+}
+
+TEST(DateService, TellsTheZoneAndTheOrder) {
+    struct ZoneCase {
+        const char* Zone;
+        double Days;
+    };
+    constexpr ZoneCase kZones[] = {{"UTC0", 0.0}, {"XST-5:30", 5.5 / 24}, {"EST5EDT", -5.0 / 24}};
+    const char* before = std::getenv("TZ");
+    const std::string kept = before == nullptr ? "" : before;
+    for (const ZoneCase& zone : kZones) {
+        ::setenv("TZ", zone.Zone, 1);
+        ::tzset();
+        EXPECT_NEAR(Service().GetZoneBias(), zone.Days, 1e-9) << zone.Zone;
+    }
+    before == nullptr ? ::unsetenv("TZ") : ::setenv("TZ", kept.c_str(), 1);
+    ::tzset();
+    int32_t order[3] = {};
+    Service().GetPartOrder(order[0], order[1], order[2]);
+    EXPECT_EQ(order[0] + order[1] + order[2], 3);
+    EXPECT_NE(order[0], order[1]);
+}

@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "runtime/CProcessInfo.h"
+#include "runtime/ILogManagerCustomOutput.h"
+#include "runtime/IVnLogManager.h"
+#include "runtime/IVnSettingsKey.h"
+#include "runtime/IVnToolsRoot.h"
+#include "runtime/VnLog.h"
+#include "runtime/VnSiblingModules.h"
+#include "tests/support/TestEnvironment.h"
+#include "tests/support/TestText.h"
+
+namespace {
+
+/// Keeps every line with its category.
+class Recorder final : public ILogManagerCustomOutput {
+public:
+    void Output(uint32_t category, const wchar_t* text, int32_t length) override {
+        Lines.push_back(std::to_string(category) + " " + ToBytes(VnString(text, length)));
+    }
+    std::vector<std::string> Lines;
+};
+
+IVnLogManager& Manager() {
+    return *VnGetToolsRoot()->GetLogManager(1);
+}
+
+/// The log in a home of its own.
+class LogManager : public testing::Test {
+protected:
+    void SetUp() override {
+        CProcessInfo::GetInstance(true)->SetApplicationDataPath(ToText(Folder.Path().string() + "/"));
+        VnGetToolsRoot()->PathsChanged();
+    }
+    void TearDown() override {
+        CProcessInfo::GetInstance(true)->SetApplicationDataPath(ToText(TestEnvironment::GetHome() + "/"));
+        VnGetToolsRoot()->PathsChanged();
+    }
+    std::string File() const { return Folder.Read(".velnor/Generic/Logs/Velnor.log"); }
+    static void SetCategories(int64_t categories) {
+        IVnSettingsKey* key = VnGetToolsRoot()->OpenKey(L"Properties", 1, 0);
+        key->SetInt(L"Log Categories", categories, 0, 0);
+        key->Close();
+    }
+
+    TestFolder Folder;
+};
+
+bool Holds(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST_F(LogManager, WritesOnlyTheGeneralCategoryByDefault) {
+    VnLog(kLogGeneral, L"Name", L"value %d of %s", 7, L"\u00fc\U0001f3b5");
+    VnLog(kLogHandheld, L"Name", L"hidden");
+    const std::string file = File();
+    EXPECT_TRUE(Holds(file, "[1] Name: value 7 of \xC3\xBC\xF0\x9F\x8E\xB5\n")) << file;
+    EXPECT_FALSE(Holds(file, "hidden"));
+    EXPECT_TRUE(Manager().IsWanted(kLogGeneral | kLogHandheld));
+    EXPECT_FALSE(Manager().IsWanted(kLogHandheld));
+}
+
+TEST_F(LogManager, FollowsTheSettings) {
+    SetCategories(kLogHandheld);
+    VnLog(kLogGeneral, L"N", L"general");
+    VnLog(kLogHandheld, L"N", L"handheld");
+    SetCategories(0);
+    VnLog(kLogHandheld, L"N", L"nothing");
+    EXPECT_FALSE(Holds(File(), "general"));
+    EXPECT_TRUE(Holds(File(), "handheld"));
+    EXPECT_FALSE(Holds(File(), "nothing"));
+}
+
+TEST_F(LogManager, KeepsAnEntryOnOneLine) {
+    VnLog(kLogGeneral, L"N", L"%s", L"a\r\nb\nforged");
+    EXPECT_TRUE(Holds(File(), "a  b forged\n")) << File();
+}
+
+TEST_F(LogManager, HandsEveryEntryToTheOutputs) {
+    Recorder first;
+    Recorder second;
+    Manager().AddCustomOutput(&first);
+    Manager().AddCustomOutput(&first);
+    Manager().AddCustomOutput(&second);
+    VnLog(kLogDelete, L"Name", L"%d", 1);
+    Manager().LogNarrow(kLogHandheld, nullptr, "\xC3\xA9 %d", nullptr, 4);
+    Manager().RemoveCustomOutput(&first);
+    Manager().Log(kLogGeneral, L"N", nullptr, nullptr, 0);
+    Manager().RemoveCustomOutput(&second);
+    VnLog(kLogDelete, L"Name", L"late");
+    const std::vector<std::string> two = {"2048 Name: 1", "32 \xC3\xA9 0"};
+    const std::vector<std::string> three = {"2048 Name: 1", "32 \xC3\xA9 0", "1 N: "};
+    EXPECT_EQ(first.Lines, two);
+    EXPECT_EQ(second.Lines, three);
+}
+
+TEST_F(LogManager, LetsAnOutputLogAndRemoveItself) {
+    class Talker final : public ILogManagerCustomOutput {
+    public:
+        void Output(uint32_t, const wchar_t*, int32_t) override {
+            Calls++;
+            VnLog(kLogGeneral, L"Talker", L"echo");
+            Manager().RemoveCustomOutput(this);
+        }
+        int Calls = 0;
+    };
+    Talker talker;
+    Manager().AddCustomOutput(&talker);
+    VnLog(kLogHandheld, L"N", L"one");
+    VnLog(kLogHandheld, L"N", L"two");
+    EXPECT_EQ(talker.Calls, 1);
+    EXPECT_TRUE(Holds(File(), "Talker: echo"));
+}
+
+TEST_F(LogManager, SerialisesThreads) {
+    constexpr int kThreads = 4;
+    constexpr int kEntries = 200;
+    Recorder recorder;
+    Manager().AddCustomOutput(&recorder);
+    std::vector<std::thread> threads;
+    for (int number = 0; number < kThreads; number++) {
+        threads.emplace_back([number] {
+            for (int i = 0; i < kEntries; i++) {
+                VnLog(kLogHandheld, L"T", L"%d", number * kEntries + i);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    Manager().RemoveCustomOutput(&recorder);
+    EXPECT_EQ(recorder.Lines.size(), static_cast<size_t>(kThreads * kEntries));
+}
+
+TEST_F(LogManager, CostsNextToNothingWhenNobodyListens) {
+    constexpr int kCalls = 1000000;
+    Manager().Log(kLogHandheld, L"N", L"", nullptr, 0);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < kCalls; i++) {
+        Manager().Log(kLogHandheld, L"N", L"%d", nullptr, 0);
+    }
+    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
+    // A call that formats costs some hundred nanoseconds; sanitizers slow both.
+    EXPECT_LT(spent.count() / kCalls, 100.0);
+}

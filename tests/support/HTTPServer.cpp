@@ -1,0 +1,320 @@
+// A small HTTP/1.1 server on the loopback device for tests. It picks a free port, writes it as one
+// line to standard output and serves until its standard input ends, so it never outlives the test
+// that started it. What it answers depends on the first segment of the path; see Routes below.
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace {
+
+struct Request {
+    std::string Method;
+    std::string Path;
+    std::map<std::string, std::string> Headers; ///< names in lower case
+    std::string Body;
+
+    std::string Header(const std::string& name) const {
+        const auto found = Headers.find(name);
+        return found == Headers.end() ? std::string() : found->second;
+    }
+
+    /// The path's part behind `prefix`, as a number.
+    int64_t Number(const std::string& prefix) const {
+        return std::atoll(Path.c_str() + prefix.size());
+    }
+};
+
+std::mutex LogLock;
+std::string Log; ///< one line a request: method, path, range
+
+constexpr char kModified[] = "Sun, 06 Nov 1994 08:49:37 GMT";
+
+bool SendAll(int connection, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t sent = ::send(connection, data, size, MSG_NOSIGNAL);
+        if (sent <= 0) {
+            return false;
+        }
+        data += sent;
+        size -= static_cast<size_t>(sent);
+    }
+    return true;
+}
+
+bool Send(int connection, const std::string& text) {
+    return SendAll(connection, text.data(), text.size());
+}
+
+/// `count` bytes of the fixed pattern that every numbered route serves: byte i is i modulo 251.
+std::string Pattern(int64_t count) {
+    std::string bytes(static_cast<size_t>(std::max<int64_t>(count, 0)), '\0');
+    for (size_t i = 0; i < bytes.size(); i++) {
+        bytes[i] = static_cast<char>(i % 251);
+    }
+    return bytes;
+}
+
+std::string Gzip(const std::string& bytes) {
+    z_stream stream = {};
+    if (deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+        std::abort();
+    }
+    std::string packed(deflateBound(&stream, bytes.size()) + 64, '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) {
+        std::abort();
+    }
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
+void Answer(int connection,
+            const Request& request,
+            const std::string& status,
+            const std::string& headers,
+            const std::string& body) {
+    Send(connection, "HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: "
+                         + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n");
+    if (request.Method != "HEAD") {
+        Send(connection, body);
+    }
+}
+
+/// A body with a length, from the byte on that a Range header asks for.
+void AnswerBytes(int connection, const Request& request, const std::string& body) {
+    const std::string range = request.Header("range");
+    if (range.rfind("bytes=", 0) != 0) {
+        Answer(connection, request, "200 OK", "Accept-Ranges: bytes\r\n", body);
+        return;
+    }
+    const int64_t start = std::atoll(range.c_str() + 6);
+    if (start >= static_cast<int64_t>(body.size())) {
+        Answer(connection, request, "416 Range Not Satisfiable", "", "");
+        return;
+    }
+    const std::string contentRange = "Content-Range: bytes " + std::to_string(start) + "-"
+                                     + std::to_string(body.size() - 1) + "/"
+                                     + std::to_string(body.size()) + "\r\n";
+    Answer(connection, request, "206 Partial Content", contentRange,
+           body.substr(static_cast<size_t>(start)));
+}
+
+void AnswerChunked(int connection, const std::string& body) {
+    Send(connection, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nConnection: close\r\n\r\n");
+    for (size_t at = 0; at < body.size(); at += 1000) {
+        const std::string piece = body.substr(at, 1000);
+        char size[16];
+        std::snprintf(size, sizeof(size), "%zx\r\n", piece.size());
+        Send(connection, size + piece + "\r\n");
+    }
+    Send(connection, "0\r\n\r\n");
+}
+
+/// A declared length of `size`, of which only `sent` bytes go out. With `stall` the connection then
+/// stays open and silent for a minute.
+void AnswerPartly(int connection, int64_t size, int64_t sent, bool stall) {
+    Send(connection,
+         "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(size) + "\r\n\r\n" + Pattern(sent));
+    if (stall) {
+        std::this_thread::sleep_for(std::chrono::minutes(1));
+    }
+}
+
+/// Method, path, headers and body of the request as text.
+std::string Echo(const Request& request) {
+    std::string text = request.Method + " " + request.Path + "\n";
+    for (const auto& [name, value] : request.Headers) {
+        text += name + ": " + value + "\n";
+    }
+    return text + "\n" + request.Body;
+}
+
+/// Text behind "key=" in the path, up to the next "&", with %XX decoded.
+std::string Query(const Request& request, const std::string& key) {
+    size_t at = request.Path.find(key + "=");
+    std::string text;
+    if (at == std::string::npos) {
+        return text;
+    }
+    for (at += key.size() + 1; at < request.Path.size() && request.Path[at] != '&'; at++) {
+        if (request.Path[at] == '%' && at + 2 < request.Path.size()) {
+            text +=
+                static_cast<char>(std::strtol(request.Path.substr(at + 1, 2).c_str(), nullptr, 16));
+            at += 2;
+        } else {
+            text += request.Path[at];
+        }
+    }
+    return text;
+}
+
+void AnswerDated(int connection, const Request& request, bool honourCondition) {
+    const std::string modified = std::string("Last-Modified: ") + kModified + "\r\n";
+    if (honourCondition && !request.Header("if-modified-since").empty()) {
+        Send(connection, "HTTP/1.1 304 Not Modified\r\n" + modified + "Connection: close\r\n\r\n");
+        return;
+    }
+    Answer(connection, request, "200 OK", modified, Pattern(1000));
+}
+
+// Routes. N is a decimal number.
+//   /bytes/N     N bytes, with length and ranges        /chunked/N  N bytes, length not told
+//   /close/N     N bytes, ended by the close            /gzip/N     N bytes, packed
+//   /badgzip     a body that only claims to be packed   /short/N    promises N bytes, sends half
+//   /stall/N     promises N bytes, sends 10, waits      /silent     takes the request, never
+//   answers /redirect/N  N redirects, then /bytes/100           /loop       redirects to itself
+//   /status/N    status N with the body "status N"      /echo       the request as text
+//   /dated, /stale  1000 bytes with Last-Modified; /dated answers any condition with 304
+//   /typed?type=T&body=B  body B with the content type T, none when T is empty
+//   /log         one line for each request so far
+void Route(int connection, const Request& request) {
+    const auto is = [&request](const char* prefix) { return request.Path.rfind(prefix, 0) == 0; };
+    if (is("/bytes/")) {
+        AnswerBytes(connection, request, Pattern(request.Number("/bytes/")));
+    } else if (is("/chunked/")) {
+        AnswerChunked(connection, Pattern(request.Number("/chunked/")));
+    } else if (is("/close/")) {
+        Send(connection, "HTTP/1.0 200 OK\r\n\r\n" + Pattern(request.Number("/close/")));
+    } else if (is("/gzip/")) {
+        Answer(connection, request, "200 OK", "Content-Encoding: gzip\r\n",
+               Gzip(Pattern(request.Number("/gzip/"))));
+    } else if (is("/badgzip")) {
+        Answer(connection, request, "200 OK", "Content-Encoding: gzip\r\n", "this is not packed");
+    } else if (is("/short/")) {
+        AnswerPartly(connection, request.Number("/short/"), request.Number("/short/") / 2, false);
+    } else if (is("/stall/")) {
+        AnswerPartly(connection, request.Number("/stall/"), 10, true);
+    } else if (is("/silent")) {
+        std::this_thread::sleep_for(std::chrono::minutes(1));
+    } else if (is("/redirect/")) {
+        const int64_t left = request.Number("/redirect/") - 1;
+        const std::string next = left > 0 ? "/redirect/" + std::to_string(left) : "/bytes/100";
+        Answer(connection, request, "302 Found", "Location: " + next + "\r\n", "moved");
+    } else if (is("/loop")) {
+        Answer(connection, request, "302 Found", "Location: /loop\r\n", "");
+    } else if (is("/status/")) {
+        const std::string code = request.Path.substr(8);
+        Answer(connection, request, code + " Status", "", "status " + code);
+    } else if (is("/echo")) {
+        Answer(connection, request, "200 OK", "X-Test:  some value \r\n", Echo(request));
+    } else if (is("/dated")) {
+        AnswerDated(connection, request, true);
+    } else if (is("/stale")) {
+        AnswerDated(connection, request, false);
+    } else if (is("/typed")) {
+        const std::string type = Query(request, "type");
+        Answer(connection, request, "200 OK", type.empty() ? "" : "Content-Type: " + type + "\r\n",
+               Query(request, "body"));
+    } else if (is("/log")) {
+        const std::lock_guard<std::mutex> guard(LogLock);
+        Answer(connection, request, "200 OK", "", Log);
+    } else {
+        Answer(connection, request, "404 Not Found", "", "no such route");
+    }
+}
+
+std::string Trimmed(const std::string& text) {
+    const size_t first = text.find_first_not_of(" \t");
+    const size_t last = text.find_last_not_of(" \t\r");
+    return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+}
+
+/// Reads one request; false when the connection ends before it is whole.
+bool Receive(int connection, Request& request) {
+    std::string data;
+    char block[4096];
+    size_t headEnd = std::string::npos;
+    while ((headEnd = data.find("\r\n\r\n")) == std::string::npos) {
+        const ssize_t count = ::recv(connection, block, sizeof(block), 0);
+        if (count <= 0) {
+            return false;
+        }
+        data.append(block, static_cast<size_t>(count));
+    }
+    const size_t methodEnd = data.find(' ');
+    request.Method = data.substr(0, methodEnd);
+    request.Path = data.substr(methodEnd + 1, data.find(' ', methodEnd + 1) - methodEnd - 1);
+    for (size_t at = data.find("\r\n") + 2; at < headEnd;) {
+        const size_t end = data.find("\r\n", at);
+        const std::string line = data.substr(at, end - at);
+        const size_t colon = line.find(':');
+        std::string name = line.substr(0, colon);
+        std::transform(name.begin(), name.end(), name.begin(), ::tolower);
+        request.Headers[name] = colon == std::string::npos ? "" : Trimmed(line.substr(colon + 1));
+        at = end + 2;
+    }
+    request.Body = data.substr(headEnd + 4);
+    const size_t length = static_cast<size_t>(std::atoll(request.Header("content-length").c_str()));
+    if (request.Header("expect") == "100-continue") {
+        Send(connection, "HTTP/1.1 100 Continue\r\n\r\n");
+    }
+    while (request.Body.size() < length) {
+        const ssize_t count = ::recv(connection, block, sizeof(block), 0);
+        if (count <= 0) {
+            return false;
+        }
+        request.Body.append(block, static_cast<size_t>(count));
+    }
+    return true;
+}
+
+void Serve(int connection) {
+    Request request;
+    if (Receive(connection, request)) {
+        {
+            const std::lock_guard<std::mutex> guard(LogLock);
+            Log += request.Method + " " + request.Path + " " + request.Header("range") + "\n";
+        }
+        Route(connection, request);
+    }
+    ::shutdown(connection, SHUT_WR);
+    ::close(connection);
+}
+
+} // namespace
+
+int main() {
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    if (listener < 0 || ::bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0
+        || ::listen(listener, 64) != 0
+        || ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+        std::perror("HTTPServer");
+        return 1;
+    }
+    std::printf("%d\n", ntohs(address.sin_port));
+    std::fflush(stdout);
+
+    std::thread([] {
+        char byte = 0;
+        while (::read(STDIN_FILENO, &byte, 1) > 0) {
+        }
+        std::_Exit(0);
+    }).detach();
+    for (;;) {
+        const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (connection >= 0) {
+            std::thread(Serve, connection).detach();
+        }
+    }
+}

@@ -1,0 +1,232 @@
+#include "text/CHTMLTree.h"
+
+#include "core/VnStringArray.h"
+#include "core/VnStringDetail.h"
+#include "text/CHTMLBlocks.h"
+
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+/// The item behind `item` in document order, but none outside the items below `top`; null at the end.
+CHTMLTree::CItem* CHTMLTree::Step(const CItem* item, const CItem* top) {
+    if (item->GetChildCount() > 0) {
+        return item->GetChild(0);
+    }
+    while (item != top && item != nullptr && item->Next == nullptr) {
+        item = item->Parent;
+    }
+    return item == top || item == nullptr ? nullptr : item->Next;
+}
+
+CHTMLTree::CItem*
+CHTMLTree::Add(CItem* parent, int32_t type, const VnString& text, uint32_t flags) {
+    auto* const item = new CItem(type, text, flags);
+    const int32_t count = parent->GetChildCount();
+    item->Parent = parent;
+    if (count > 0) {
+        item->Previous = parent->GetChild(count - 1);
+        item->Previous->Next = item;
+    }
+    return parent->AddChild(item);
+}
+
+bool CHTMLTree::Parse(const VnString& text) {
+    struct COpenBlock {
+        CItem* Start;
+        int32_t ContentEnd; ///< where the end item begins
+        int32_t End;
+    };
+    Clear();
+    CHTMLBlocks blocks(text);
+    std::vector<COpenBlock> open{{&Root, text.GetLength(), text.GetLength()}};
+    int32_t at = 0;
+    while (!open.empty()) {
+        const COpenBlock current = open.back();
+        CHTMLBlocks::CBlock block;
+        const bool found = blocks.FindNext(at, current.ContentEnd, block);
+        const int32_t textEnd = found ? block.Start : current.ContentEnd;
+        if (textEnd > at) {
+            Add(current.Start, kText, text.Mid(at, textEnd - at), 0);
+        }
+        if (!found) {
+            open.pop_back();
+            at = current.End;
+            if (!open.empty()) {
+                Add(open.back().Start,
+                    current.Start->Type,
+                    text.Mid(current.ContentEnd, current.End - current.ContentEnd),
+                    kEnd);
+            }
+        } else if (CHTMLBlocks::HasContent(block.Type)) {
+            const int32_t contentStart = text.Find(L'>', block.Start) + 1;
+            const int32_t lastTag = text.ReverseFind(L'<', block.End - 1);
+            CItem* const start = Add(current.Start,
+                                     block.Type,
+                                     text.Mid(block.Start, contentStart - block.Start),
+                                     kStart);
+            open.push_back({start, lastTag < contentStart ? block.End : lastTag, block.End});
+            at = contentStart;
+        } else {
+            Add(current.Start, block.Type, text.Mid(block.Start, block.End - block.Start), 0);
+            at = block.End;
+        }
+    }
+    return true;
+}
+
+void CHTMLTree::Clear() {
+    Root.Text.Empty();
+    Root.DeleteChildren();
+}
+
+VnString CHTMLTree::CItem::GetHTML(bool own, bool children, bool following) const {
+    VnString html;
+    if (own) {
+        html += Text;
+    }
+    if (children) {
+        for (const CItem* item = Step(this, this); item != nullptr; item = Step(item, this)) {
+            html += item->Text;
+        }
+    }
+    if (following && Next != nullptr) {
+        html += Next->Text;
+    }
+    return html;
+}
+
+VnString CHTMLTree::GetVisibleText() const {
+    VnString text;
+    for (const CItem* item = &Root; item != nullptr; item = Step(item, &Root)) {
+        if ((item->Flags & kHidden) == 0) {
+            text += item->Text;
+        }
+    }
+    return text;
+}
+
+void CHTMLTree::SetHidden(CItem* item, bool hidden) {
+    item->Flags = hidden ? item->Flags | kHidden : item->Flags & ~uint32_t{kHidden};
+}
+
+void CHTMLTree::SetVisible(CItem* item, bool visible, bool recursive) {
+    if (item == nullptr) {
+        return;
+    }
+    SetHidden(item, !visible);
+    if ((item->Flags & kStart) != 0 && item->Next != nullptr && (item->Next->Flags & kEnd) != 0) {
+        SetHidden(item->Next, !visible);
+    }
+    if (recursive) {
+        for (CItem* below = Step(item, item); below != nullptr; below = Step(below, item)) {
+            SetHidden(below, !visible);
+        }
+    }
+}
+
+bool CHTMLTree::HasVisibleText(const CItem* item, bool recursive) const {
+    const auto isVisibleText = [](const CItem* at) {
+        return at->Type == kText && !at->Text.IsEmpty() && (at->Flags & kHidden) == 0;
+    };
+    if (item == nullptr || isVisibleText(item)) {
+        return item != nullptr;
+    }
+    if (recursive) {
+        for (const CItem* below = Step(item, item); below != nullptr; below = Step(below, item)) {
+            if (isVisibleText(below)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void CHTMLTree::HideEmptyDivs() {
+    // All items above visible text, found in one pass: asking each div for itself would walk a deep tree
+    // again at every level.
+    std::unordered_set<const CItem*> filled;
+    for (CItem* item = &Root; item != nullptr; item = Step(item, &Root)) {
+        if (HasVisibleText(item, /*recursive=*/false)) {
+            for (const CItem* above = item; above != nullptr && filled.insert(above).second;) {
+                above = above->Parent;
+            }
+        }
+    }
+    for (CItem* item = &Root; item != nullptr; item = Step(item, &Root)) {
+        if (item->Type == kDiv && (item->Flags & kStart) != 0 && !filled.contains(item)) {
+            SetVisible(item, /*visible=*/false, /*recursive=*/true);
+            if (item->Next != nullptr) {
+                // What lies below is hidden with it; go on at the end item.
+                item = item->Next;
+            }
+        }
+    }
+}
+
+void CHTMLTree::GetNames(const CItem* item, int32_t type, VnStringArray& names, bool ascend) const {
+    for (; item != nullptr; item = ascend ? item->Parent : nullptr) {
+        if (item->Type != type || (item->Flags & kStart) == 0) {
+            continue;
+        }
+        const std::wstring_view text(item->Text.GetText(), static_cast<size_t>(item->Text.GetLength()));
+        for (const std::wstring_view attribute : {std::wstring_view(L"id=\""), std::wstring_view(L"class=\"")}) {
+            const int32_t hit = VnStringDetail::FindIn(text, attribute, 0, /*caseFlag=*/false);
+            if (hit < 0) {
+                continue;
+            }
+            const size_t start = static_cast<size_t>(hit) + attribute.size();
+            const size_t end = text.find(L'"', start);
+            if (end != std::wstring_view::npos && end > start) {
+                const VnString value(text.data() + start, static_cast<int32_t>(end - start));
+                names.AppendSplit(value, L" ", /*trim=*/true);
+            }
+        }
+    }
+}
+
+bool CHTMLTree::FindItems(int32_t type, const wchar_t* name, bool partial, CItemArray& items) {
+    items.Empty();
+    const bool takesAll = name == nullptr || *name == 0;
+    VnStringArray names;
+    for (CItem* item = &Root; item != nullptr; item = Step(item, &Root)) {
+        if (item->Type != type || (item->Flags & kStart) == 0) {
+            continue;
+        }
+        names.Empty();
+        GetNames(item, type, names, /*ascend=*/false);
+        if (takesAll || names.Find(name, /*caseFlag=*/false, /*whole=*/!partial) >= 0) {
+            items.Add(item);
+        }
+    }
+    return items.GetCount() > 0;
+}
+
+VnString CHTMLTree::GetDivContent(const wchar_t* name) {
+    CItemArray items;
+    if (!FindItems(kDiv, name, /*partial=*/false, items)) {
+        return VnString();
+    }
+    return items[0]->GetHTML(/*own=*/false, /*children=*/true, /*following=*/false);
+}
+
+void CHTMLTree::RemoveDivs(const wchar_t* name) {
+    CItemArray items;
+    FindItems(kDiv, name, /*partial=*/true, items);
+    // From the last to the first, so that an item goes ahead of the one that it lies in.
+    for (int32_t index = items.GetCount() - 1; index >= 0; --index) {
+        CItem* const item = items[index];
+        if (item->Previous != nullptr) {
+            item->Previous->Next = item->Next;
+        }
+        if (item->Next != nullptr) {
+            item->Next->Previous = item->Previous;
+        }
+        CItem* const parent = item->Parent;
+        int32_t child = parent->GetChildCount() - 1;
+        while (child >= 0 && parent->GetChild(child) != item) {
+            --child;
+        }
+        parent->RemoveChild(child);
+    }
+}
