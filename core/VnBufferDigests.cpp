@@ -90,9 +90,9 @@ using TwofishCBC = CryptoPP::CBC_Mode<CryptoPP::Twofish>;
 } // namespace
 
 uint64_t VnBuffer::CRC64() const {
-    // The checksum is defined over a 32-bit size.
-    auto left = static_cast<int32_t>(GetSize());
     const uint8_t* next = GetData();
+    // The checksum is defined over a 32-bit size.
+    int32_t left = next == nullptr ? 0 : static_cast<int32_t>(GetSize());
     uint64_t crc = 0;
     for (; left >= static_cast<int32_t>(kSlices); left -= static_cast<int32_t>(kSlices)) {
         const uint64_t mixed = crc ^ LoadLittleEndian(next);

@@ -57,6 +57,8 @@ VnString& VnString::operator=(const VnString& other) {
     return *this;
 }
 
+// Copies, and so may end the process for want of memory, only where blocks of two managers or
+// locked ones meet. NOLINTNEXTLINE(bugprone-exception-escape)
 VnString& VnString::operator=(VnString&& other) noexcept {
     if (this == &other) {
         return *this;

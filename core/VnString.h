@@ -640,6 +640,8 @@ public:
 
     operator const char*() const { return Bytes; } // NOLINT(google-explicit-constructor)
     const char* GetBytes() const { return Bytes; }
+    /// The text back by VnString::SetUTF8, with the losses of that.
+    VnString GetString() const { return VnString::FromUTF8(Bytes); }
 
 private:
     char* Bytes; ///< array new

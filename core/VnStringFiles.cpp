@@ -17,7 +17,8 @@ constexpr uint8_t kUTF8Mark[] = {0xEF, 0xBB, 0xBF};
 constexpr uint8_t kUTF16Mark[] = {0xFF, 0xFE};
 constexpr wchar_t kNoFileCharacter = L'_';
 
-/// A character that stands for a byte which was no UTF-8. It means something to the file system only.
+/// A character that stands for a byte which was no UTF-8. It means something to the file system
+/// only.
 bool IsRawByte(wchar_t ch) {
     return ch >= 0xDC80 && ch <= 0xDCFF;
 }
@@ -83,8 +84,8 @@ bool EncodeFile(const VnString& text, int32_t encoding, VnBuffer& bytes) {
     }
 }
 
-/// `path` with the characters replaced that may not stand in the name of a file. Directories that are there
-/// keep their names, whatever those are: a mount point may well hold a ":".
+/// `path` with the characters replaced that may not stand in the name of a file. Directories that
+/// are there keep their names, whatever those are: a mount point may well hold a ":".
 VnString CleanPath(const VnString& path) {
     int32_t known = path.ReverseFind(L'/');
     while (known > 0 && !VnFileSystem::IsDirectory(path.Left(known + 1))) {
@@ -160,7 +161,8 @@ bool VnString::LoadFromFile(const wchar_t* path,
     }
     const VnFilename source{VnString(path)};
     CFileLoader loader;
-    loader.SetWaitDialog(/*show=*/true, 4000, /*cancellable=*/true, /*titleOnly=*/false, L"Working...");
+    loader.SetWaitDialog(/*show=*/true, 4000, /*cancellable=*/true, /*titleOnly=*/false,
+                         L"Working...");
     loader.SetProgress(progress);
     loader.SetCancelFlag(cancel);
     VnBuffer bytes;

@@ -8,8 +8,6 @@ class VnString;
 /// belong. Letters and digits are those of VnStringGlobals. Objects have no state.
 class VnStringGetLeadingCharacters {
 public:
-    virtual ~VnStringGetLeadingCharacters() = default;
-
     /// Whether the character at `character` belongs to a run in which it has the position `index`.
     /// The text is zero-terminated, so the character behind may be looked at.
     virtual bool IsLeadingCharacter(const wchar_t* character, int32_t index) const = 0;
@@ -19,23 +17,26 @@ public:
     /// ahead of the given position belongs to the run as far as each of its characters could begin
     /// one. Otherwise nothing changes.
     bool GetLeadingCharacters(const wchar_t* text, int32_t& position, VnString& run) const;
+
+protected:
+    ~VnStringGetLeadingCharacters() = default;
 };
 
 /// Letters.
-class VnStringLeadingAlphaCharacters : public VnStringGetLeadingCharacters {
+class VnStringLeadingAlphaCharacters final : public VnStringGetLeadingCharacters {
 public:
     bool IsLeadingCharacter(const wchar_t* character, int32_t index) const override;
 };
 
 /// Digits.
-class VnStringLeadingDigitCharacters : public VnStringGetLeadingCharacters {
+class VnStringLeadingDigitCharacters final : public VnStringGetLeadingCharacters {
 public:
     bool IsLeadingCharacter(const wchar_t* character, int32_t index) const override;
 };
 
 /// Words: letters, an apostrophe with a letter behind it that does not begin the run, and a hyphen
 /// or U+2012 with a letter behind it.
-class VnStringLeadingWordCharacters : public VnStringGetLeadingCharacters {
+class VnStringLeadingWordCharacters final : public VnStringGetLeadingCharacters {
 public:
     bool IsLeadingCharacter(const wchar_t* character, int32_t index) const override;
 };

@@ -63,7 +63,7 @@ private:
             if constexpr (CASE) {
                 return std::wmemcmp(characters, Key.Text, static_cast<size_t>(Key.Length)) == 0;
             } else {
-                return Fold.IsEqualFromEnd(characters, Key.Text, Key.Length);
+                return Fold.IsEqualKey(characters, Key.Text, Key.Length);
             }
         }
 
@@ -82,7 +82,7 @@ bool VnTextKeyMap<MAP, KEY, CASE, VALUE, VALUEARG>::KeysEqual(const wchar_t* a,
     }
     return length == 0
            || (CASE ? std::wmemcmp(a, b, static_cast<size_t>(length)) == 0
-                    : VnTextFolding().IsEqualFromEnd(a, b, length));
+                    : VnTextFolding().IsEqualKey(a, b, length));
 }
 
 /// Map from texts to values. CASE is the case sensitivity of the keys; a key keeps the spelling of

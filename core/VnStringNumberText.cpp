@@ -30,9 +30,17 @@ void SetByWriter(VnString& text,
                  int32_t minimumDigits,
                  int32_t base,
                  uint32_t flags) {
+    constexpr int32_t kUsualRoom = 128;
     const int32_t room = VnNumberText::GetRoom(minimumDigits);
-    wchar_t* buffer = text.GetBuffer(room, false, false);
     int32_t length = 0;
+    if (room <= kUsualRoom) {
+        // By way of the stack the text gets a block of its own size.
+        wchar_t digits[kUsualRoom];
+        write(digits, kUsualRoom, length, value, minimumDigits, base, flags);
+        text.Assign(digits, length);
+        return;
+    }
+    wchar_t* buffer = text.GetBuffer(room, false, false);
     write(buffer, room, length, value, minimumDigits, base, flags);
     text.ReleaseBuffer(length);
 }

@@ -51,7 +51,9 @@ public:
     public:
         CNode() = default;
         CNode(const CNode&) = delete;
+        CNode(CNode&&) = delete;
         CNode& operator=(const CNode&) = delete;
+        CNode& operator=(CNode&&) = delete;
         virtual ~CNode() = default;
 
         /// Adds every position at which the node could stand.

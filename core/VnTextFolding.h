@@ -2,7 +2,6 @@
 
 #include "core/VnStringManager.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cwchar>
 
@@ -36,22 +35,21 @@ public:
         return true;
     }
 
-    /// IsEqual for texts that begin alike more often than they end alike, as paths do, and that are
-    /// mostly spelled alike when they are equal.
-    bool IsEqualFromEnd(const wchar_t* a, const wchar_t* b, int32_t length) const {
-        const int32_t front = std::max(length - kComparedFirst, 0);
-        for (int32_t index = length - 1; index >= front; --index) {
+    /// IsEqual for keys: most that are equal are spelled alike, and those that are not begin alike
+    /// more often than they end alike, as paths do.
+    bool IsEqualKey(const wchar_t* a, const wchar_t* b, int32_t length) const {
+        if (std::wmemcmp(a, b, static_cast<size_t>(length)) == 0) {
+            return true;
+        }
+        for (int32_t index = length - 1; index >= 0; --index) {
             if (!IsSame(a[index], b[index])) {
                 return false;
             }
         }
-        return std::wmemcmp(a, b, static_cast<size_t>(front)) == 0 || IsEqual(a, b, front);
+        return true;
     }
 
 private:
-    /// Characters at the end that settle most compares.
-    static constexpr int32_t kComparedFirst = 8;
-
     const uint32_t* Table;
 };
 

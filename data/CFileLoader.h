@@ -12,6 +12,8 @@
 #include <memory>
 #include <vector>
 
+class CHTMLTree;
+class CParseJSON;
 class IVnReader;
 class IVnWaitDialog;
 class VnFilename;
@@ -192,6 +194,10 @@ public:
     bool LoadToXML(const VnFilename& source,
                    VnXMLDocument& document,
                    int32_t encoding = kEncodingDetect);
+    /// JSON and HTML texts as they come. On failure the tree is empty.
+    bool
+    LoadToJSON(const VnFilename& source, CParseJSON& document, int32_t encoding = kEncodingDetect);
+    bool LoadToHTML(const VnFilename& source, CHTMLTree& tree, int32_t encoding = kEncodingDetect);
     /// The destination may get another name; its text is empty after a failure.
     bool LoadToFile(const VnFilename& source, VnFilename& destination, FileMode mode);
     /// A file in the temp directory; its text is empty on failure. The caller deletes it.
@@ -269,6 +275,7 @@ private:
 
     mutable VnCriticalSection Lock;    ///< guards Reader and the link to the cancel source
     std::unique_ptr<IVnReader> Reader; ///< of the running load
+    VnString ShownTitle;               ///< of the dialog of the running load
     IVnWaitDialog* Dialog = nullptr;   ///< of the running load; ends with its Close
     std::atomic<bool> Running{false};
 };

@@ -87,11 +87,12 @@ void CFileLoader::OpenDialog(const VnFilename& source) {
     if (dialogs == nullptr) {
         return;
     }
-    VnString title = Title;
-    if (title.IsEmpty()) {
-        title = VnTranslated(source.GetIsFileRemote() ? L"Internet resource" : L"Local resource");
+    ShownTitle = Title;
+    if (ShownTitle.IsEmpty()) {
+        ShownTitle =
+            VnTranslated(source.GetIsFileRemote() ? L"Internet resource" : L"Local resource");
     }
-    Dialog = dialogs->OpenWaitDialog(title, DialogText, WaitDelay, DialogCancellable, this);
+    Dialog = dialogs->OpenWaitDialog(ShownTitle, DialogText, WaitDelay, DialogCancellable, this);
 }
 
 bool CFileLoader::LoadDirectly(CTransfer& transfer) {
@@ -300,7 +301,7 @@ void CFileLoader::ShowStatus(const CTransfer& transfer) {
         status.Format(L"%s  (%s", Title, done);
     } else {
         const VnString word = VnTranslated(transfer.IsRemote ? L"Downloading" : L"Reading");
-        status.Format(L"%s '%s'  (%s", word, Title, done);
+        status.Format(L"%s '%s'  (%s", word, ShownTitle, done);
     }
     if (transfer.Total >= 0) {
         status += VnTranslated(L" of ") + VnFileSystem::FormatSize(transfer.Total);

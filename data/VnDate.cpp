@@ -141,7 +141,7 @@ VnDateParts VnDate::GetParts(bool withTime, bool wholeSeconds, bool withDate) co
     auto days = static_cast<int64_t>(std::floor(Serial - kUnixEpoch + kTolerance));
     if (withTime) {
         const double fraction = GetFraction();
-        auto milliseconds = static_cast<int64_t>(fraction * 86400000 + 0.5);
+        auto milliseconds = static_cast<int64_t>(std::floor(fraction * 86400000 + 0.5));
         // A mark is no time that could be rounded up.
         if (wholeSeconds && fraction > kLeastTime) {
             milliseconds = (milliseconds + 999) / 1000 * 1000;

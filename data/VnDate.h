@@ -56,7 +56,7 @@ public:
     explicit VnDate(double serial) : Serial(serial) {}
 
     bool operator==(const VnDate& other) const = default;
-    auto operator<=>(const VnDate& other) const = default;
+    auto operator<=>(const VnDate& other) const = default; // NOLINT(modernize-use-nullptr)
 
     /// The serial as it stands; see the class.
     double GetSerial() const { return Serial; }

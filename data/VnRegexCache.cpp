@@ -17,7 +17,7 @@ const std::wregex& VnRegexCache::Get(const VnString& pattern, uint32_t flags) {
                                       static_cast<std::regex_constants::syntax_option_type>(flags));
     const std::wregex& regex = *entry->Regex;
     InsertAt(0, entry.get());
-    entry.release();
+    static_cast<void>(entry.release()); // the array owns it now
     if (Maximum >= 0 && GetCount() > Maximum) {
         RemoveAt(Maximum, GetCount() - Maximum);
     }

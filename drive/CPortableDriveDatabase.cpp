@@ -3,6 +3,7 @@
 #include "core/VnPropertyMap.h"
 #include "core/VnStringArray.h"
 #include "data/CFileLoader.h"
+#include "drive/CDatabaseText.h"
 #include "drive/CPortableDriveGeneric.h"
 #include "drive/CRecordSource.h"
 #include "files/VnFileSystem.h"
@@ -41,16 +42,6 @@ VnString GetRecordKey(const VnString& itemText) {
     return key;
 }
 
-/// Loads a text file of the device so that every name in it comes back as the file system has it.
-bool LoadDeviceText(const VnString& path, VnString& text) {
-    VnBuffer bytes;
-    if (!CFileLoader::LoadFile(bytes, VnFilename(path), -1, true)) {
-        return false;
-    }
-    text.SetFileSystemText(reinterpret_cast<const char*>(bytes.GetData()), bytes.GetSize());
-    return true;
-}
-
 } // namespace
 
 VnString CPortableDriveGeneric::GetDatabasePath() {
@@ -58,32 +49,49 @@ VnString CPortableDriveGeneric::GetDatabasePath() {
 }
 
 void CPortableDriveGeneric::LoadDatabase() {
-    VnXMLDocument document;
-    VnString text;
-    if (!LoadDeviceText(GetDatabasePath(), text) || !document.SetDocument(text)
-        || !document.FindElement(L"MPL")) {
+    VnBuffer bytes;
+    if (!CFileLoader::LoadFile(bytes, VnFilename(GetDatabasePath()), -1, /*useReader=*/false)) {
         VnLog(kLogHandheld, kLogName, L"Unable load the device database file");
         return;
+    }
+    CDatabaseText plain;
+    if (plain.Open({reinterpret_cast<const char*>(bytes.GetData()),
+                    static_cast<size_t>(bytes.GetSize())})) {
+        VnLog(kLogHandheld, kLogName, L"Device database file found and loaded");
+        DatabaseMap.Reserve(DatabaseMap.GetCount() + plain.GetCount());
+        for (int32_t i = 0; i < plain.GetCount(); ++i) {
+            const VnString itemText = plain.GetItemText(i);
+            DatabaseMap.SetAt(GetRecordKey(itemText), itemText);
+        }
+    } else if (!LoadDocument(bytes)) {
+        return;
+    }
+    VnLog(kLogHandheld, kLogName, L"Device database contains %d entries", DatabaseMap.GetCount());
+}
+
+bool CPortableDriveGeneric::LoadDocument(VnBuffer& bytes) {
+    VnString text;
+    text.SetFileSystemText(reinterpret_cast<const char*>(bytes.GetData()), bytes.GetSize());
+    bytes.Empty();
+    VnXMLDocument document;
+    if (!document.SetDocument(text) || !document.FindElement(L"MPL")) {
+        VnLog(kLogHandheld, kLogName, L"Unable load the device database file");
+        return false;
     }
     text.Empty();
     VnLog(kLogHandheld, kLogName, L"Device database file found and loaded");
     VnString version = document.GetAttribute(document.GetMainPosition(), L"Version");
     version.Remove(L'.');
     if (version.ToInt() != kCurrentVersion) {
-        return;
+        return false;
     }
-    LoadRecords(document);
-    VnLog(kLogHandheld, kLogName, L"Device database contains %d entries", DatabaseMap.GetCount());
-}
-
-void CPortableDriveGeneric::LoadRecords(VnXMLDocument& document) {
     document.IntoElement();
     while (document.FindElement(L"Item")) {
         VnString itemText = document.GetInnerText(document.GetMainPosition());
         itemText.Trim();
         DatabaseMap.SetAt(GetRecordKey(itemText), itemText);
     }
-    document.OutOfElement();
+    return true;
 }
 
 void CPortableDriveGeneric::SaveDatabase() {

@@ -4,6 +4,7 @@
 #include "drive/CPortableDriveBase.h"
 
 class IVnTagReaderItem;
+class VnBuffer;
 class VnFilename;
 class VnFilenameArray;
 class VnXMLDocument;
@@ -74,7 +75,9 @@ private:
 
     // Database
     void LoadDatabase();
-    void LoadRecords(VnXMLDocument& document);
+    /// Loads a database that is not of the plain form, through the XML parser. False when it holds
+    /// nothing for us.
+    bool LoadDocument(VnBuffer& bytes);
     static void AddFieldsToItem(const CRecordSource& source,
                                 VnXMLDocument& document,
                                 const VnStringArray& names);
@@ -86,12 +89,15 @@ private:
     // Scan
     class CScan;
     static int32_t GetDepth(const wchar_t* location);
-    void FindFiles(VnStringArray& files);
+    /// Lists the files of the search folders. True when no two of the paths are equal in any letter
+    /// case.
+    bool FindFiles(VnStringArray& files);
     void FindPlaylistFiles(const VnString& location, VnStringArray& files);
     void ReadPlaylistLines(const VnString& path, VnStringArray& files);
     void ReadASXPlaylist(const VnString& path, VnStringArray& files);
     bool ResolvePlaylistLine(VnString line, VnString& path);
-    void RemoveVanishedRecords(const VnStringArray& files);
+    /// Drops the records of files that `files` does not hold; null when there are none.
+    void RemoveVanishedRecords(const VnStringArray* files);
 
     // Upload
     static void

@@ -3,6 +3,7 @@
 #include "core/VnResult.h"
 #include "core/VnStringArray.h"
 #include "core/VnUniqueList.h"
+#include "drive/CItemText.h"
 #include "drive/CPortableDriveGeneric.h"
 #include "files/VnFileScanner.h"
 #include "files/VnFilename.h"
@@ -53,14 +54,6 @@ bool IsCovered(const VnStringArray& roots, int32_t index) {
     return false;
 }
 
-/// Hands the fields of a parsed record to the host.
-void ReportFields(VnXMLDocument& document, IVnHandheldFile& record) {
-    while (document.FindElement(L"Field")) {
-        const int32_t element = document.GetMainPosition();
-        record.SetField(document.GetAttribute(element, L"Name"), document.GetData(element));
-    }
-}
-
 } // namespace
 
 /// The reporting half of one GetFiles call.
@@ -76,10 +69,13 @@ public:
     void Report(const VnStringArray& files);
     /// A record was added during this call.
     bool IsDatabaseChanged() const { return Changed; }
+    /// Files that had a record when their turn came.
+    int32_t GetKnownCount() const { return Known; }
 
 private:
     void ReportFile(const VnString& path);
-    bool AddRecord(const VnString& path);
+    void ReportFields(const VnString& itemText, IVnHandheldFile& record);
+    const VnString* AddRecord(const VnString& path);
 
     CPortableDriveGeneric& Drive;
     VnLogScope& Log;
@@ -87,8 +83,10 @@ private:
     VnStringArray Fields;                    ///< names that the host wants in each record
     std::unique_ptr<IVnTagReader> TagReader; ///< made at the first file without a record
     bool TagReaderMade = false;
-    VnXMLDocument Document; ///< of the record at hand
+    CItemText Item;         ///< of the record at hand
+    VnXMLDocument Document; ///< the same, for a record that Item does not read
     bool Changed = false;
+    int32_t Known = 0;
 };
 
 void CPortableDriveGeneric::CScan::Report(const VnStringArray& files) {
@@ -102,35 +100,50 @@ void CPortableDriveGeneric::CScan::Report(const VnStringArray& files) {
 }
 
 void CPortableDriveGeneric::CScan::ReportFile(const VnString& path) {
-    if (const VnString* itemText = Drive.DatabaseMap.Lookup(path); itemText != nullptr) {
-        Document.SetDocument(*itemText);
-    } else if (!AddRecord(path)) {
-        return;
+    const VnString* itemText = Drive.DatabaseMap.Lookup(path);
+    if (itemText != nullptr) {
+        ++Known;
+    } else {
+        itemText = AddRecord(path);
     }
-    if (IVnHandheldFile* record = List.CreateRecord(); record != nullptr) {
-        ReportFields(Document, *record);
+    IVnHandheldFile* record = itemText == nullptr ? nullptr : List.CreateRecord();
+    if (record != nullptr) {
+        ReportFields(*itemText, *record);
     }
 }
 
-bool CPortableDriveGeneric::CScan::AddRecord(const VnString& path) {
+void CPortableDriveGeneric::CScan::ReportFields(const VnString& itemText, IVnHandheldFile& record) {
+    if (Item.Read(itemText)) {
+        for (const CItemText::CField& field : Item.GetFields()) {
+            record.SetField(field.Name, field.Value);
+        }
+        return;
+    }
+    Document.SetDocument(
+        itemText); // a text without one root counts as ill-formed, but its elements are there
+    while (Document.FindElement(L"Field")) {
+        const int32_t element = Document.GetMainPosition();
+        record.SetField(Document.GetAttribute(element, L"Name"), Document.GetData(element));
+    }
+}
+
+const VnString* CPortableDriveGeneric::CScan::AddRecord(const VnString& path) {
     Log.Write("File '%s' not found in the device database", path);
     if (!TagReaderMade) {
         TagReader = MakeTagReader(IVnTagReader::kMediaFile);
         TagReaderMade = true;
     }
     if (!TagReader) {
-        return false;
+        return nullptr;
     }
     TagReader->SetFile(path);
     IVnTagReaderItem* item = TagReader->GetItem(0);
     if (item == nullptr) {
-        return false;
+        return nullptr;
     }
-    const VnString itemText = MakeItemText(item, Fields);
-    Drive.DatabaseMap.SetAt(path, itemText);
+    Drive.DatabaseMap.SetAt(path, MakeItemText(item, Fields));
     Changed = true;
-    Document.SetDocument(itemText);
-    return true;
+    return Drive.DatabaseMap.Lookup(path);
 }
 
 int32_t CPortableDriveGeneric::GetDepth(const wchar_t* location) {
@@ -156,8 +169,9 @@ int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFile
     }
     LoadDatabase();
     VnStringArray files;
+    bool distinct = false;
     if (wholeDevice) {
-        FindFiles(files);
+        distinct = FindFiles(files);
     } else if (depth == 2) {
         log.Write("Getting playlist files");
         FindPlaylistFiles(VnString(location), files);
@@ -169,19 +183,26 @@ int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFile
             log.Write("Device database is out-of-date, saving the new database");
             SaveDatabase();
         } else {
-            RemoveVanishedRecords(files);
+            // With no file listed twice, as many known files as records leave no record without its
+            // file.
+            const bool allPresent = distinct && scan.GetKnownCount() == DatabaseMap.GetCount();
+            RemoveVanishedRecords(allPresent ? nullptr : &files);
         }
     }
     return kResultOk;
 }
 
-void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray& files) {
+void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files) {
     constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
     VnLog(kLogHandheld, kName,
           L"Looking for files in the database that are no longer on the device");
+    if (files == nullptr) {
+        return;
+    }
     VnStringUniqueList<VnString, false> present;
     present.SetNodeAllocator(true, 0x10000);
-    for (const VnString& path : files) {
+    present.Reserve(files->GetCount());
+    for (const VnString& path : *files) {
         present.Add(path);
     }
     VnStringArray vanished;
@@ -203,7 +224,7 @@ void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray& files) {
     }
 }
 
-void CPortableDriveGeneric::FindFiles(VnStringArray& files) {
+bool CPortableDriveGeneric::FindFiles(VnStringArray& files) {
     constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
     VnLog(kLogHandheld, kName, L"Searching device for files");
     VnPropertyMap& info = GetDeviceInfo();
@@ -240,10 +261,12 @@ void CPortableDriveGeneric::FindFiles(VnStringArray& files) {
             files.RemoveAt(i);
         }
     }
-    if (roots.GetCount() > 1) {
+    const bool distinct = roots.GetCount() > 1;
+    if (distinct) {
         files.RemoveDuplicates();
     }
     VnLog(kLogHandheld, kName, L"%d files found", files.GetCount());
+    return distinct;
 }
 
 void CPortableDriveGeneric::FindPlaylistFiles(const VnString& location, VnStringArray& files) {

@@ -58,7 +58,10 @@ int32_t CPortableDriveGeneric::Upload(IVnHandheldFile* file) {
     int32_t result = kResultFailure;
     for (const VnString& path : files) {
         const VnFilename name(path);
-        const VnString transferSource = source.GetPathOnly() + name.GetNameAndExtension(false)
+        VnFilename spelled(
+            path); // as the library spells it, for file systems that tell letter case apart
+        spelled.LowerCaseExtension = false;
+        const VnString transferSource = source.GetPathOnly() + spelled.GetNameAndExtension(false)
                                         + source.GetQuery(/*withMark=*/true);
         VnString extension = name.GetExtension(/*useFileType=*/true);
         if (extension.IsEmpty()) {
@@ -104,7 +107,7 @@ void CPortableDriveGeneric::FitToPathLimit(VnString& target, const VnString& ext
 void CPortableDriveGeneric::CollectUploadFiles(const VnFilename& source,
                                                const VnString& mask,
                                                VnStringArray& files) {
-    files.Add(source.Filename);
+    files.Add(source.GetXMLForm(/*expandLongPath=*/false)); // keeps a FileType property
     if (mask.IsEmpty() || !source.GetExtension(true).StartsWith(mask, /*caseFlag=*/false)) {
         return;
     }

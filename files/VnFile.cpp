@@ -161,6 +161,8 @@ int64_t VnFile::GetPosition() const {
     return IsOpen ? lseek(Descriptor, 0, SEEK_CUR) : -1;
 }
 
+// NOLINTBEGIN(readability-make-member-function-const): these change the file behind the descriptor.
+
 int64_t VnFile::Seek(int64_t offset, int32_t origin) {
     if (!IsOpen) {
         return -1;
@@ -170,7 +172,7 @@ int64_t VnFile::Seek(int64_t offset, int32_t origin) {
 }
 
 int64_t VnFile::GetLength() const {
-    struct stat record;
+    struct stat record = {};
     const int result =
         IsOpen ? fstat(Descriptor, &record) : stat(VnStringUTF8(Filename.GetLocalPath()), &record);
     return result == 0 ? int64_t{record.st_size} : -1;
@@ -260,6 +262,8 @@ bool VnFile::SetFileTimes(const VnDate& date) {
     const timeval both[2] = {{seconds, microseconds}, {seconds, microseconds}};
     return utimes(VnStringUTF8(Filename.GetLocalPath()), both) == 0;
 }
+
+// NOLINTEND(readability-make-member-function-const)
 
 bool VnFile::CanRead(const VnString& path, bool defaultResult) {
     if (!IsLocalPath(path) || !VnFileInfo(path).Valid) {

@@ -46,6 +46,8 @@ public:
 
     VnFile(const VnFile&) = delete;
     VnFile& operator=(const VnFile&) = delete;
+    VnFile(VnFile&&) = delete;
+    VnFile& operator=(VnFile&&) = delete;
 
     /// Plain stores, which take effect at the next `Open`.
     void SetFilename(const VnFilename& filename) { Filename = filename; }

@@ -26,7 +26,7 @@ bool DirectoryExists(const VnString& directory) {
     if (paths != nullptr) {
         return paths->DirectoryExists(directory);
     }
-    struct stat record;
+    struct stat record = {};
     return stat(VnStringUTF8(directory), &record) == 0 && S_ISDIR(record.st_mode);
 }
 
@@ -82,7 +82,7 @@ bool VnFileFinder::Next(VnFileInfo& info) {
         return false;
     }
     const char* match = Glob.gl_pathv[Index++];
-    struct stat record;
+    struct stat record = {};
     const bool found = stat(match, &record) == 0;
     VnString path;
     path.SetFileSystemText(match);

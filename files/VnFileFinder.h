@@ -25,6 +25,8 @@ public:
 
     VnFileFinder(const VnFileFinder&) = delete;
     VnFileFinder& operator=(const VnFileFinder&) = delete;
+    VnFileFinder(VnFileFinder&&) = delete;
+    VnFileFinder& operator=(VnFileFinder&&) = delete;
 
     /// Whether the search could be made, with or without a match. False for an empty path and for
     /// one whose directory does not exist.

@@ -33,7 +33,7 @@ bool VnFileInfo::Set(const VnString& filename, const struct stat* statRecord) {
 
 bool VnFileInfo::Reset(const VnString& filename, const struct stat* statRecord) {
     // The text may belong to the object that is about to be cleared.
-    const VnString kept(filename);
+    const VnString kept(filename); // NOLINT(performance-unnecessary-copy-initialization)
     Filename.Clear();
     return Set(kept, statRecord);
 }

@@ -84,7 +84,7 @@ void VnFileScanner::Rescan(const VnString& path, bool recursive) {
 
 void VnFileScanner::Rescan(const VnString& path, const wchar_t* extension) {
     // Both arguments may be texts that the call is about to drop.
-    const VnString keptPath(path);
+    const VnString keptPath(path); // NOLINT(performance-unnecessary-copy-initialization)
     const VnString keptExtension(extension);
     Extensions.Empty();
     AddExtension(keptExtension);

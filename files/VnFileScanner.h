@@ -28,6 +28,8 @@ public:
     /// `Results` may point into the object itself.
     VnFileScanner(const VnFileScanner&) = delete;
     VnFileScanner& operator=(const VnFileScanner&) = delete;
+    VnFileScanner(VnFileScanner&&) = delete;
+    VnFileScanner& operator=(VnFileScanner&&) = delete;
     ~VnFileScanner() = default;
 
     // Settings. All but the cancel flag make the next question scan again.

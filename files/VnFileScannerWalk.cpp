@@ -83,7 +83,7 @@ public:
             const size_t start = keys.size();
             const size_t length = std::strxfrm(nullptr, GetName(entry), 0);
             keys.resize(start + length + 1);
-            std::strxfrm(keys.data() + start, GetName(entry), length + 1);
+            static_cast<void>(std::strxfrm(keys.data() + start, GetName(entry), length + 1));
             return start;
         });
     }
@@ -231,7 +231,7 @@ void VnFileScanner::CWalk::ReadEntry(CListing& listing, int descriptor, const di
 /// Reads the current directory; false when that cannot be done, or it is its own ancestor.
 bool VnFileScanner::CWalk::Read(CListing& listing) {
     const DirectoryHandle directory = OpenDirectory(PathBytes.c_str());
-    struct stat record;
+    struct stat record = {};
     if (directory == nullptr || fstat(dirfd(directory.get()), &record) != 0) {
         return false;
     }

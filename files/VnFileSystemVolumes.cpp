@@ -50,7 +50,9 @@ class Socket {
 public:
     Socket() : Descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
     Socket(const Socket&) = delete;
+    Socket(Socket&&) = delete;
     Socket& operator=(const Socket&) = delete;
+    Socket& operator=(Socket&&) = delete;
     ~Socket() {
         if (Descriptor >= 0) {
             close(Descriptor);
@@ -69,7 +71,7 @@ std::string FindLabel(const VnString& device) {
     }
     const VnStringUTF8 wanted(device);
     while (const dirent* entry = readdir(directory.get())) {
-        const std::string name = entry->d_name;
+        std::string name = entry->d_name;
         if (name == "." || name == "..") {
             continue;
         }

@@ -156,7 +156,8 @@ bool VnFilenameArray::AddWithDirectories(const VnStringArray& files,
                                          IVnProgressText* progress,
                                          VnStringArray* directories,
                                          VnStringArray* relativeDirectories) {
-    const VnStringArray entries(files); // the lists may be one and the same
+    // The lists may be one and the same.
+    const VnStringArray entries(files); // NOLINT(performance-unnecessary-copy-initialization)
     CTreeGatherer gatherer(*this, progress, directories, relativeDirectories);
     for (const VnString& entry : entries) {
         const VnFileInfo info(entry);

@@ -96,12 +96,12 @@ bool Exists(const VnString& path) {
 VnString FindImage(const VnString& folder, const VnString& name, const VnString& language) {
     for (const wchar_t* extension : kImageExtensions) {
         if (!language.IsEmpty()) {
-            const VnString variant = folder + name + L" - " + language + extension;
+            VnString variant = folder + name + L" - " + language + extension;
             if (Exists(variant)) {
                 return variant;
             }
         }
-        const VnString plain = folder + name + extension;
+        VnString plain = folder + name + extension;
         if (Exists(plain)) {
             return plain;
         }
@@ -122,7 +122,7 @@ VnString FindResourceFile(VnString& name, VnResourceKind kind) {
     const VnString language = isImage ? GetLanguage(/*load=*/false) : VnString();
     for (const VnString& folder : folders) {
         if (isImage) {
-            const VnString image = FindImage(folder, name, language);
+            VnString image = FindImage(folder, name, language);
             if (!image.IsEmpty()) {
                 return image;
             }

@@ -16,13 +16,18 @@ constexpr size_t kUsualWidth = 80;
 
 size_t TerminalWidth() {
     winsize size{};
-    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 10 ? size.ws_col : kUsualWidth;
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 10 ? size.ws_col
+                                                                            : kUsualWidth;
 }
 
-/// `text` cut to a number of columns, counting each character as one; the end is what tells names apart.
+/// `text` cut to a number of columns, counting each character as one; the end is what tells names
+/// apart.
 std::string CutToColumns(const std::string& text, size_t columns) {
     const std::wstring wide = HostWiden(text);
-    return wide.size() <= columns ? text : "..." + HostUTF8(wide.substr(wide.size() - columns + std::min<size_t>(columns, 3)));
+    return wide.size() <= columns
+               ? text
+               : "..."
+                     + HostUTF8(wide.substr(wide.size() - columns + std::min<size_t>(columns, 3)));
 }
 
 } // namespace
@@ -49,7 +54,8 @@ void CConsole::Message(const std::string& text) {
 
 void CConsole::Error(const std::string& text) {
     ClearProgress();
-    std::fprintf(stderr, HasColour ? "\x1B[31mtonehall: %s\x1B[0m\n" : "tonehall: %s\n", text.c_str());
+    std::fprintf(stderr, HasColour ? "\x1B[31mtonehall: %s\x1B[0m\n" : "tonehall: %s\n",
+                 text.c_str());
 }
 
 void CConsole::Write(std::string_view data) {
@@ -57,7 +63,8 @@ void CConsole::Write(std::string_view data) {
     std::fwrite(data.data(), 1, data.size(), stdout);
 }
 
-void CConsole::ShowTransfer(const std::string& name, size_t file, size_t files, int64_t done, int64_t all) {
+void CConsole::ShowTransfer(
+    const std::string& name, size_t file, size_t files, int64_t done, int64_t all) {
     if (TransferStart == Clock::time_point{}) {
         TransferStart = Clock::now();
     }
@@ -65,14 +72,14 @@ void CConsole::ShowTransfer(const std::string& name, size_t file, size_t files, 
         return;
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - TransferStart).count();
-    std::string state = "[" + std::to_string(file) + "/" + std::to_string(files) + "] " + HostFormatBytes(done) + " of "
-                        + HostFormatBytes(all);
+    std::string state = "[" + std::to_string(file) + "/" + std::to_string(files) + "] "
+                        + HostFormatBytes(done) + " of " + HostFormatBytes(all);
     if (seconds > 0.5 && done > 0) {
         const double rate = static_cast<double>(done) / seconds;
         state += ", " + HostFormatBytes(static_cast<int64_t>(rate)) + "/s, "
                  + HostFormatSeconds(static_cast<double>(all - done) / rate) + " left";
     }
-    Draw(state + "  " + name);
+    Draw(state + "  " + HostPrintable(std::string_view(name.substr(name.rfind('/') + 1))));
 }
 
 void CConsole::ShowSearch(const char* what, size_t done) {

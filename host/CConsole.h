@@ -10,14 +10,14 @@ enum ExitCode : int {
     kExitDone = 0,
     kExitFailure = 1,
     kExitUsage = 2,
-    kExitNoDevice = 3,    ///< the device is missing or not writable
-    kExitNoSpace = 4,     ///< not enough space on the device
-    kExitSomeFailed = 6,  ///< finished, but some files failed
+    kExitNoDevice = 3,   ///< the device is missing or not writable
+    kExitNoSpace = 4,    ///< not enough space on the device
+    kExitSomeFailed = 6, ///< finished, but some files failed
     kExitCancelled = 130,
 };
 
-/// Where the program speaks: results go to standard output, messages and progress to standard error. Colour is used on a
-/// terminal only, and never with NO_COLOR in the environment.
+/// Where the program speaks: results go to standard output, messages and progress to standard
+/// error. Colour is used on a terminal only, and never with NO_COLOR in the environment.
 class CConsole {
 public:
     CConsole(bool quiet, bool json);
@@ -35,9 +35,11 @@ public:
     /// Data for standard output, as it stands.
     void Write(std::string_view data);
 
-    /// Shows the state of a transfer on one line that is drawn over and over: which file of how many, bytes done of all,
-    /// the rate, and the time that is left. Nothing off a terminal or with --quiet.
-    void ShowTransfer(const std::string& name, size_t file, size_t files, int64_t done, int64_t all);
+    /// Shows the state of a transfer on one line that is drawn over and over: which file of how
+    /// many, bytes done of all, the rate, and the time that is left. Nothing off a terminal or with
+    /// --quiet.
+    void
+    ShowTransfer(const std::string& name, size_t file, size_t files, int64_t done, int64_t all);
     /// Shows how far a search has come.
     void ShowSearch(const char* what, size_t done);
     /// Takes the line away.

@@ -39,7 +39,9 @@ ByteVector FromID3(const TagLib::ID3v2::Tag* tag) {
     }
     for (const TagLib::ID3v2::Frame* frame : tag->frameList("APIC")) {
         const auto* attached = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame);
-        if (attached != nullptr && (picture.isEmpty() || attached->type() == TagLib::ID3v2::AttachedPictureFrame::FrontCover)) {
+        if (attached != nullptr
+            && (picture.isEmpty()
+                || attached->type() == TagLib::ID3v2::AttachedPictureFrame::FrontCover)) {
             picture = attached->picture();
         }
     }
@@ -118,17 +120,6 @@ bool IsFile(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
 }
 
-/// A name for the picture of one state of one file (FNV-1a, 64 bits).
-std::string CacheName(const CLibraryItem& item) {
-    uint64_t hash = 0xCBF29CE484222325U;
-    for (const char ch : item.Path + "|" + std::to_string(item.Size) + "|" + std::to_string(item.MTime)) {
-        hash = (hash ^ static_cast<unsigned char>(ch)) * 0x100000001B3U;
-    }
-    std::array<char, 17> text{};
-    std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(hash));
-    return text.data();
-}
-
 } // namespace
 
 std::string CCoverArt::Find(const CLibraryItem& item) {
@@ -145,14 +136,17 @@ const std::string& CCoverArt::FindInFolder(const std::string& folder) {
     constexpr std::array<std::wstring_view, 3> kExtensions{L"jpg", L"jpeg", L"png"};
     size_t best = kStems.size() * kExtensions.size();
     std::error_code failure;
-    for (std::filesystem::directory_iterator file(folder, failure), end; !failure && file != end; file.increment(failure)) {
+    for (std::filesystem::directory_iterator file(folder, failure), end; !failure && file != end;
+         file.increment(failure)) {
         const std::wstring name = HostWiden(file->path().filename().native());
         if (!CMediaType::IsFolderPicture(name) || !IsFile(file->path().native())) {
             continue;
         }
-        const size_t stem = static_cast<size_t>(std::find(kStems.begin(), kStems.end(), HostFold(HostStem(name))) - kStems.begin());
-        const size_t extension =
-            static_cast<size_t>(std::find(kExtensions.begin(), kExtensions.end(), HostExtension(name)) - kExtensions.begin());
+        const size_t stem = static_cast<size_t>(
+            std::find(kStems.begin(), kStems.end(), HostFold(HostStem(name))) - kStems.begin());
+        const size_t extension = static_cast<size_t>(
+            std::find(kExtensions.begin(), kExtensions.end(), HostExtension(name))
+            - kExtensions.begin());
         if (const size_t rank = stem * kExtensions.size() + extension; rank < best) {
             best = rank;
             entry->second = file->path().native();
@@ -162,7 +156,9 @@ const std::string& CCoverArt::FindInFolder(const std::string& folder) {
 }
 
 std::string CCoverArt::FindInFile(const CLibraryItem& item) const {
-    const std::string base = CacheFolder + CacheName(item);
+    const std::string base =
+        CacheFolder
+        + HostHash(item.Path + "|" + std::to_string(item.Size) + "|" + std::to_string(item.MTime));
     for (const char* extension : {".jpg", ".png"}) {
         if (IsFile(base + extension)) {
             return base + extension;
@@ -173,7 +169,8 @@ std::string CCoverArt::FindInFile(const CLibraryItem& item) const {
         return {};
     }
     const std::string path = base + (picture.startsWith("\x89PNG") ? ".png" : ".jpg");
-    // Under another name first: a process that dies here must not leave half a picture under the good one.
+    // Under another name first: a process that dies here must not leave half a picture under the
+    // good one.
     std::string error;
     const std::string unfinished = path + ".part";
     const bool saved = CPlaylistWriter::Save(unfinished, {picture.data(), picture.size()}, error)

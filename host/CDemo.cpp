@@ -28,12 +28,16 @@ constexpr std::array kSamples{
     Sample{"Björk Ásdís/Ljósið/02 Kvöld.mp3", L"Kvöld", L"Björk Ásdís", L"Ljósið", 2, false},
     Sample{"山田 花子/春の歌/01 さくら.flac", L"さくら", L"山田 花子", L"春の歌", 1, true},
     Sample{"山田 花子/春の歌/02 川のほとり.flac", L"川のほとり", L"山田 花子", L"春の歌", 2, true},
-    Sample{"The Paper Boats/Harbour: Live/01 Night Ferry.ogg", L"Night Ferry", L"The Paper Boats", L"Harbour: Live", 1, true},
-    Sample{"The Paper Boats/Harbour: Live/02 Ships and Sails.ogg", L"Ships/Sails", L"The Paper Boats", L"Harbour: Live", 2, true},
+    Sample{"The Paper Boats/Harbour: Live/01 Night Ferry.ogg", L"Night Ferry", L"The Paper Boats",
+           L"Harbour: Live", 1, true},
+    Sample{"The Paper Boats/Harbour: Live/02 Ships and Sails.ogg", L"Ships/Sails",
+           L"The Paper Boats", L"Harbour: Live", 2, true},
     Sample{"Ольга Ветрова/Дорога/01 Поезд.m4a", L"Поезд", L"Ольга Ветрова", L"Дорога", 1, false},
-    Sample{"Ольга Ветрова/Дорога/02 Станция №2.m4a", L"Станция №2", L"Ольга Ветрова", L"Дорога", 2, false},
+    Sample{"Ольга Ветрова/Дорога/02 Станция №2.m4a", L"Станция №2", L"Ольга Ветрова", L"Дорога", 2,
+           false},
     Sample{"Field Recordings/Rain.wav", L"Rain", L"Field Recordings", L"Weather", 1, false},
-    Sample{"Field Recordings/Wind 🌬.wav", L"Wind 🌬", L"Field Recordings", L"Weather", 2, false},
+    Sample{"Field Recordings/Wind 🌬.wav", L"Wind 🌬", L"Field Recordings", L"Weather", 2,
+           false},
 };
 
 std::string MakeMedia(const std::string& path) {
@@ -54,7 +58,8 @@ bool MakeSample(const std::string& path, const Sample& sample, std::string& erro
     if (std::filesystem::exists(path)) {
         return true;
     }
-    const std::string unfinished = HostNarrow(HostFolder(HostWiden(path))) + ".new." + HostNarrow(HostExtension(HostWiden(path)));
+    const std::string unfinished = HostNarrow(HostFolder(HostWiden(path))) + ".new."
+                                   + HostNarrow(HostExtension(HostWiden(path)));
     if (!CPlaylistWriter::Save(unfinished, MakeMedia(path), error)) {
         return false;
     }
@@ -101,11 +106,12 @@ bool CDemo::MakeLibrary(const std::string& folder) {
             return false;
         }
     }
-    const bool done = SaveOnce(base + "Björk Ásdís/Ljósið/cover.png", CSampleMedia::MakePNG(0xCC8833), error)
-                      && SaveOnce(base + "Ольга Ветрова/Дорога/Folder.jpg", CSampleMedia::MakeJPEG(), error)
-                      && SaveOnce(base + "Pictures/Grey.jpg", CSampleMedia::MakeJPEG(), error)
-                      && SaveOnce(base + "Evening.m3u8", MakePlaylist({1, 4, 7}), error)
-                      && SaveOnce(base + "Größte Hits.m3u", MakePlaylist({0, 2, 6, 8, 9}), error);
+    const bool done =
+        SaveOnce(base + "Björk Ásdís/Ljósið/cover.png", CSampleMedia::MakePNG(0xCC8833), error)
+        && SaveOnce(base + "Ольга Ветрова/Дорога/Folder.jpg", CSampleMedia::MakeJPEG(), error)
+        && SaveOnce(base + "Pictures/Grey.jpg", CSampleMedia::MakeJPEG(), error)
+        && SaveOnce(base + "Evening.m3u8", MakePlaylist({1, 4, 7}), error)
+        && SaveOnce(base + "Größte Hits.m3u", MakePlaylist({0, 2, 6, 8, 9}), error);
     if (!done) {
         Console.Error(base + ": " + error);
     }
@@ -141,18 +147,25 @@ ExitCode CDemo::Run(const std::string& folder) {
 }
 
 void CDemo::PrintTree(const std::string& folder) {
-    const auto print = [this](const auto& self, const std::filesystem::path& path, const std::string& indent) -> void {
+    const auto print = [this](const auto& self, const std::filesystem::path& path,
+                              const std::string& indent) -> void {
         std::vector<std::filesystem::directory_entry> entries;
         std::error_code failure;
-        for (std::filesystem::directory_iterator entry(path, failure), end; !failure && entry != end; entry.increment(failure)) {
+        for (std::filesystem::directory_iterator entry(path, failure), end;
+             !failure && entry != end; entry.increment(failure)) {
             entries.push_back(*entry);
         }
         std::sort(entries.begin(), entries.end());
         for (const std::filesystem::directory_entry& entry : entries) {
             const bool isFolder = entry.is_directory(failure) && !entry.is_symlink(failure);
-            const std::string name = HostPrintable(std::string_view(entry.path().filename().native()));
-            Console.Write(indent + name
-                          + (isFolder ? "/" : "  " + HostFormatBytes(static_cast<int64_t>(entry.file_size(failure)))) + "\n");
+            const std::string name =
+                HostPrintable(std::string_view(entry.path().filename().native()));
+            Console.Write(
+                indent + name
+                + (isFolder
+                       ? "/"
+                       : "  " + HostFormatBytes(static_cast<int64_t>(entry.file_size(failure))))
+                + "\n");
             if (isFolder) {
                 self(self, entry.path(), indent + "  ");
             }

@@ -19,7 +19,8 @@ constexpr const char* kModuleName = "libVnPortableDrives.so";
 
 std::string FindModuleFolder() {
     std::error_code failure;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure).parent_path();
+    const std::filesystem::path program =
+        std::filesystem::read_symlink("/proc/self/exe", failure).parent_path();
     for (const char* folder : {"../lib", "../lib/tonehall", "."}) {
         const std::filesystem::path found = (program / folder).lexically_normal();
         if (std::filesystem::exists(found / kModuleName, failure)) {
@@ -34,7 +35,8 @@ std::string FindModuleFolder() {
 
 CPlugin::~CPlugin() {
     if (Handle != nullptr) {
-        if (auto* detach = reinterpret_cast<int32_t (*)()>(dlsym(Handle, "Detach")); detach != nullptr) {
+        if (auto* detach = reinterpret_cast<int32_t (*)()>(dlsym(Handle, "Detach"));
+            detach != nullptr) {
             detach();
         }
         VnSiblingModules::GetInstance().UnloadAll(false);
@@ -64,7 +66,8 @@ bool CPlugin::Load(std::string& error) {
         error = Path + " is no plug-in of this kind";
         return false;
     }
-    const uintptr_t number = process == nullptr ? 1 : static_cast<uintptr_t>(process->NextAttachNumber());
+    const uintptr_t number =
+        process == nullptr ? 1 : static_cast<uintptr_t>(process->NextAttachNumber());
     if (attach(number) == 0 || VnGetToolsRoot() == nullptr) {
         error = "the plug-in did not start: the tools module is missing or damaged";
         return false;
@@ -82,7 +85,9 @@ bool CPlugin::CallPlain(const char* name) const {
 }
 
 CDevice::CDevice(const CPlugin& plugin, const CDeviceProperties& properties)
-    : Properties(properties), Drive(plugin.CreateDevice(&Host)) {}
+    : Properties(properties)
+    , Drive(plugin.CreateDevice(&Host)) {
+}
 
 bool CDevice::Initialize() {
     wchar_t* text = VnCreateSharedText(Properties.Serialize());

@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-/// The plug-in's module, loaded at run time. One object a process is enough; it must outlive its devices.
+/// The plug-in's module, loaded at run time. One object a process is enough; it must outlive its
+/// devices.
 class CPlugin {
 public:
     CPlugin() = default;
@@ -18,14 +19,15 @@ public:
     CPlugin& operator=(const CPlugin&) = delete;
     ~CPlugin();
 
-    /// Finds the folder that the modules stand in, points the process block at it, loads the plug-in from it and attaches
-    /// it. Looked at, in this order: "../lib", "../lib/tonehall" beside the program's folder, and the folder itself. False,
-    /// with the reason in `error`.
+    /// Finds the folder that the modules stand in, points the process block at it, loads the
+    /// plug-in from it and attaches it. Looked at, in this order: "../lib", "../lib/tonehall"
+    /// beside the program's folder, and the folder itself. False, with the reason in `error`.
     bool Load(std::string& error);
 
     IVnHandheld* CreateDevice(IVnHandheldHost* host) const;
 
-    /// Writes and removes the plug-in's values in the settings tree. False when the export is missing.
+    /// Writes and removes the plug-in's values in the settings tree. False when the export is
+    /// missing.
     bool Register() const { return CallPlain("DllRegisterServer"); }
     bool Unregister() const { return CallPlain("DllUnregisterServer"); }
 
@@ -52,8 +54,8 @@ public:
 
     bool GetSpace(uint64_t& total, uint64_t& available);
 
-    /// Reports each file at a location below the device ("" is the whole device, "Road" a playlist). `isCancelled` (may be
-    /// empty) is asked ahead of each record.
+    /// Reports each file at a location below the device ("" is the whole device, "Road" a
+    /// playlist). `isCancelled` (may be empty) is asked ahead of each record.
     void GetFiles(const std::wstring& location,
                   const std::function<void(const CMediaFields&)>& sink,
                   const std::function<bool()>& isCancelled = {});

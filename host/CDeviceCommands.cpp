@@ -8,7 +8,6 @@
 #include "runtime/VnSiblingModules.h"
 
 #include <nlohmann/json.hpp>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,12 +27,15 @@ public:
     CAnswer& operator=(const CAnswer&) = delete;
     ~CAnswer() { SetHandler(nullptr); }
 
-    int32_t ShowMessage(const wchar_t*, const wchar_t*, int32_t, int32_t) override { return Button; }
+    int32_t ShowMessage(const wchar_t*, const wchar_t*, int32_t, int32_t) override {
+        return Button;
+    }
 
 private:
     static void SetHandler(IVnDialogHandler* handler) {
         IVnToolsRoot* tools = VnGetToolsRoot();
-        if (IVnDialogService* dialogs = tools == nullptr ? nullptr : tools->GetDialogService(1); dialogs != nullptr) {
+        if (IVnDialogService* dialogs = tools == nullptr ? nullptr : tools->GetDialogService(1);
+            dialogs != nullptr) {
             dialogs->SetHandler(handler);
         }
     }
@@ -60,8 +62,14 @@ nlohmann::json FieldsToJSON(const CMediaFields& fields) {
 
 } // namespace
 
-CDeviceCommands::CDeviceCommands(CConsole& console, std::string device, std::vector<std::string> settings)
-    : Console(console), Path(std::move(device)), Settings(std::move(settings)), Session(console) {}
+CDeviceCommands::CDeviceCommands(CConsole& console,
+                                 std::string device,
+                                 std::vector<std::string> settings)
+    : Console(console)
+    , Path(std::move(device))
+    , Settings(std::move(settings))
+    , Session(console) {
+}
 
 ExitCode CDeviceCommands::Scan() {
     if (const ExitCode code = Open("scan", false); code != kExitDone) {
@@ -71,7 +79,8 @@ ExitCode CDeviceCommands::Scan() {
     if (Console.IsJSON()) {
         const nlohmann::json device = Session.GetRoot().GetPath();
         Console.Write("{\n\"command\": \"scan\",\n\"device\": "
-                      + device.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + ",\n\"files\": [");
+                      + device.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)
+                      + ",\n\"files\": [");
     }
     Session.GetDevice().GetFiles(
         {},
@@ -79,7 +88,8 @@ ExitCode CDeviceCommands::Scan() {
             if (Console.IsJSON()) {
                 // Record by record: a device may hold more than fits in memory as one document.
                 Console.Write((isFirst ? "\n" : ",\n")
-                              + FieldsToJSON(fields).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+                              + FieldsToJSON(fields).dump(
+                                  -1, ' ', false, nlohmann::json::error_handler_t::replace));
                 isFirst = false;
                 return;
             }
@@ -110,13 +120,15 @@ ExitCode CDeviceCommands::ListPlaylists(const std::string& name) {
     if (!name.empty()) {
         const std::wstring wanted = HostWiden(name);
         if (std::find(lines.begin(), lines.end(), wanted) == lines.end()) {
-            return Fail(kExitFailure, "the device has no playlist named " + HostPrintable(std::string_view(name)));
+            return Fail(kExitFailure, "the device has no playlist named "
+                                          + HostPrintable(std::string_view(name)));
         }
         lines.clear();
         document["playlist"] = name;
         key = "files";
         Session.GetDevice().GetFiles(wanted, [&](const CMediaFields& fields) {
-            lines.push_back(HostWiden(Session.GetRoot().MakeRelative(HostNarrow(fields.Get(L"Filename")))));
+            lines.push_back(
+                HostWiden(Session.GetRoot().MakeRelative(HostNarrow(fields.Get(L"Filename")))));
         });
     }
     std::string text;
@@ -142,7 +154,9 @@ ExitCode CDeviceCommands::Delete(const std::vector<std::string>& paths) {
     // The drive saves what it knows after a delete, so it has to know the whole device first.
     std::vector<std::string> known;
     Session.GetDevice().GetFiles(
-        {}, [&](const CMediaFields& fields) { known.push_back(HostNarrow(fields.Get(L"Filename"))); }, CInterrupt::IsRequested);
+        {},
+        [&](const CMediaFields& fields) { known.push_back(HostNarrow(fields.Get(L"Filename"))); },
+        CInterrupt::IsRequested);
     if (CInterrupt::IsRequested()) {
         return Finish(kExitDone);
     }
@@ -158,9 +172,10 @@ ExitCode CDeviceCommands::Delete(const std::vector<std::string>& paths) {
             fail(path, "is not on the device");
         } else if (IsFolder(target)) {
             const std::string prefix = target.ends_with('/') ? target : target + "/";
-            std::copy_if(known.begin(), known.end(), std::inserter(files, files.end()), [&](const std::string& file) {
-                return file.starts_with(prefix) && Session.GetRoot().IsInside(file);
-            });
+            std::copy_if(known.begin(), known.end(), std::inserter(files, files.end()),
+                         [&](const std::string& file) {
+                             return file.starts_with(prefix) && Session.GetRoot().IsInside(file);
+                         });
         } else if (CDeviceRoot::GetFileSize(target) < 0) {
             fail(path, "no such file");
         } else {
@@ -173,7 +188,8 @@ ExitCode CDeviceCommands::Delete(const std::vector<std::string>& paths) {
     }
     std::vector<std::string> gone;
     for (const std::string& path : list) {
-        CDeviceRoot::GetFileSize(path) < 0 ? gone.push_back(path) : fail(path, "could not be deleted");
+        CDeviceRoot::GetFileSize(path) < 0 ? gone.push_back(path)
+                                           : fail(path, "could not be deleted");
     }
     if (!record.Remove(gone)) {
         Console.Error("the record of the device cannot be changed: " + record.GetError());
@@ -213,18 +229,23 @@ ExitCode CDeviceCommands::ShowSpace() {
                               {"available", available},
                               {"exitCode", 0}}));
     } else {
-        Console.Write("total      " + std::to_string(total) + "  " + HostFormatBytes(static_cast<int64_t>(total)) + "\navailable  "
-                      + std::to_string(available) + "  " + HostFormatBytes(static_cast<int64_t>(available)) + "\n");
+        Console.Write("total      " + std::to_string(total) + "  "
+                      + HostFormatBytes(static_cast<int64_t>(total)) + "\navailable  "
+                      + std::to_string(available) + "  "
+                      + HostFormatBytes(static_cast<int64_t>(available)) + "\n");
     }
     return Finish(kExitDone);
 }
 
-ExitCode CDeviceCommands::HandleMenu(const std::string& location, std::optional<int> entry, bool yes) {
+ExitCode
+CDeviceCommands::HandleMenu(const std::string& location, std::optional<int> entry, bool yes) {
     Command = "menu";
-    if (const ExitCode code = Session.OpenRoot(Path, Settings, entry.has_value()); code != kExitDone) {
+    if (const ExitCode code = Session.OpenRoot(Path, Settings, entry.has_value());
+        code != kExitDone) {
         return Fail(code, {});
     }
-    // The drive puts the device's path wherever its name stands in a location, so the name must not stand in the rest.
+    // The drive puts the device's path wherever its name stands in a location, so the name must not
+    // stand in the rest.
     const std::wstring below = HostWiden(location);
     std::wstring name = Session.GetProperties().Get(L"DisplayName");
     while (below.find(name) != std::wstring::npos) {
@@ -239,11 +260,12 @@ ExitCode CDeviceCommands::HandleMenu(const std::string& location, std::optional<
             return Fail(kExitUsage, "the menu has no entry " + std::to_string(*entry) + " here");
         }
         if (Console.IsJSON()) {
-            Console.Write(ToText({{"command", "menu"},
-                                  {"ran", *entry},
-                                  {"contentsChanged", Session.GetDevice().GetHost().ContentsChanged},
-                                  {"databaseRemoved", Session.GetDevice().GetHost().DatabaseRemoved},
-                                  {"exitCode", 0}}));
+            Console.Write(
+                ToText({{"command", "menu"},
+                        {"ran", *entry},
+                        {"contentsChanged", Session.GetDevice().GetHost().ContentsChanged},
+                        {"databaseRemoved", Session.GetDevice().GetHost().DatabaseRemoved},
+                        {"exitCode", 0}}));
         }
         return Finish(kExitDone);
     }
@@ -253,7 +275,8 @@ ExitCode CDeviceCommands::HandleMenu(const std::string& location, std::optional<
     for (const CHandheldMenu::CEntry& item : menu.Entries) {
         entries.push_back({{"id", item.Id}, {"text", HostUTF8(item.Text)}});
         if (!Console.IsJSON()) {
-            Console.Write(std::to_string(item.Id) + "\t" + HostPrintable(std::wstring_view(item.Text)) + "\n");
+            Console.Write(std::to_string(item.Id) + "\t"
+                          + HostPrintable(std::wstring_view(item.Text)) + "\n");
         }
     }
     if (Console.IsJSON()) {
@@ -265,8 +288,8 @@ ExitCode CDeviceCommands::HandleMenu(const std::string& location, std::optional<
 bool CDeviceCommands::RunEntry(const std::wstring& location, int id, bool yes) {
     CHandheldMenu menu;
     Session.GetDevice().HandleMenu(location, false, menu);
-    const bool isOffered =
-        std::any_of(menu.Entries.begin(), menu.Entries.end(), [id](const auto& entry) { return entry.Id == id; });
+    const bool isOffered = std::any_of(menu.Entries.begin(), menu.Entries.end(),
+                                       [id](const auto& entry) { return entry.Id == id; });
     if (!isOffered) {
         return false;
     }
@@ -298,12 +321,14 @@ ExitCode CDeviceCommands::Rebuild() {
     }
     size_t count = 0;
     Session.GetDevice().GetFiles(
-        {},
-        [&](const CMediaFields&) { Console.ShowSearch("Reading the device", ++count); },
+        {}, [&](const CMediaFields&) { Console.ShowSearch("Reading the device", ++count); },
         CInterrupt::IsRequested);
     Session.Flush();
     if (Console.IsJSON()) {
-        Console.Write(ToText({{"command", "rebuild"}, {"device", Session.GetRoot().GetPath()}, {"files", count}, {"exitCode", 0}}));
+        Console.Write(ToText({{"command", "rebuild"},
+                              {"device", Session.GetRoot().GetPath()},
+                              {"files", count},
+                              {"exitCode", 0}}));
     } else {
         Console.Write("The database holds " + std::to_string(count) + " files.\n");
     }
@@ -322,9 +347,12 @@ ExitCode CDeviceCommands::Register(CConsole& console, bool remove) {
         return kExitFailure;
     }
     if (console.IsJSON()) {
-        console.Write(ToText({{"command", remove ? "unregister" : "register"}, {"path", plugin.GetPath()}, {"exitCode", 0}}));
+        console.Write(ToText({{"command", remove ? "unregister" : "register"},
+                              {"path", plugin.GetPath()},
+                              {"exitCode", 0}}));
     } else {
-        console.Write((remove ? "Removed the registration of " : "Registered ") + HostPrintable(std::string_view(plugin.GetPath())) + "\n");
+        console.Write((remove ? "Removed the registration of " : "Registered ")
+                      + HostPrintable(std::string_view(plugin.GetPath())) + "\n");
     }
     return kExitDone;
 }

@@ -78,7 +78,8 @@ void EndInSlash(std::wstring& path) {
 
 } // namespace
 
-CDeviceProperties::CDeviceProperties(std::wstring_view root, std::wstring_view displayName) : Root(root) {
+CDeviceProperties::CDeviceProperties(std::wstring_view root, std::wstring_view displayName)
+    : Root(root) {
     for (const Default& property : kDefaults) {
         Set(property.Key, property.Value);
     }
@@ -98,11 +99,13 @@ bool CDeviceProperties::Override(std::string_view assignment, std::string& error
     }
     const std::wstring key(HostTrim(HostWiden(assignment.substr(0, equals))));
     std::wstring value = HostWiden(assignment.substr(equals + 1));
-    for (size_t at = value.find(kSeparatorEscape); at != std::wstring::npos; at = value.find(kSeparatorEscape, at + 1)) {
+    for (size_t at = value.find(kSeparatorEscape); at != std::wstring::npos;
+         at = value.find(kSeparatorEscape, at + 1)) {
         value.replace(at, kSeparatorEscape.size(), 1, L'\x01');
     }
     if (HostEqualsNoCase(key, L"DrivePath") || HostEqualsNoCase(key, L"DriveLetter")) {
-        error = "the device's place is set by --device, not by " + HostPrintable(std::wstring_view(key));
+        error = "the device's place is set by --device, not by "
+                + HostPrintable(std::wstring_view(key));
         return false;
     }
     if (HostEqualsNoCase(key, L"DeviceType") && VnString(value.c_str()).ToInt() == 2) {
@@ -110,7 +113,8 @@ bool CDeviceProperties::Override(std::string_view assignment, std::string& error
         return false;
     }
     for (const SearchPath& search : kSearchPaths) {
-        if (HostEqualsNoCase(key, search.BasePathKey) && Get(search.Key) == Get(search.BasePathKey)) {
+        if (HostEqualsNoCase(key, search.BasePathKey)
+            && Get(search.Key) == Get(search.BasePathKey)) {
             Set(search.Key, value);
         }
     }
@@ -136,7 +140,8 @@ std::wstring CDeviceProperties::GetBasePath(const wchar_t* key) const {
         pieces.pop_back();
     }
     const auto rootPiece =
-        std::find_if(pieces.begin(), pieces.end(), [](const std::wstring& piece) { return HostEqualsNoCase(piece, L"ROOT"); });
+        std::find_if(pieces.begin(), pieces.end(),
+                     [](const std::wstring& piece) { return HostEqualsNoCase(piece, L"ROOT"); });
     if (rootPiece != pieces.end()) {
         pieces.erase(rootPiece);
     }

@@ -7,14 +7,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
 constexpr const char* kSchema =
-    "CREATE TABLE IF NOT EXISTS Devices (Id INTEGER PRIMARY KEY, Root BLOB UNIQUE);"
-    "CREATE TABLE IF NOT EXISTS Files (Device INTEGER, Target BLOB, Kind INTEGER, Source BLOB, Size INTEGER,"
-    " MTime INTEGER, MatchKey BLOB, ChangeKey BLOB, PRIMARY KEY (Device, Target)) WITHOUT ROWID;"
-    "CREATE TABLE IF NOT EXISTS UnderWay (Device INTEGER PRIMARY KEY, Source BLOB, Target BLOB);";
+    // No other process has the file open, so no lock is asked for at each step, and the log of
+    // changes may grow for a while.
+    "PRAGMA locking_mode=EXCLUSIVE; PRAGMA wal_autocheckpoint=10000;"
+    "CREATE TABLE IF NOT EXISTS Device (Id INTEGER PRIMARY KEY, Root BLOB);"
+    "CREATE TABLE IF NOT EXISTS Files (Target BLOB PRIMARY KEY, Kind INTEGER, Source BLOB, Size INTEGER,"
+    " MTime INTEGER, MatchKey BLOB, ChangeKey BLOB) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS UnderWay (Id INTEGER PRIMARY KEY, Source BLOB, Target BLOB);";
 
 } // namespace
 
@@ -24,57 +29,53 @@ CDeviceRecord::~CDeviceRecord() {
     }
 }
 
-bool CDeviceRecord::Open(const std::string& folder, const std::string& root, std::string& error, bool* wasDamaged) {
-    if (!Database.Open(folder + "devices.db", kSchema, error, wasDamaged)) {
+bool CDeviceRecord::Open(const std::string& folder,
+                         const std::string& root,
+                         std::string& error,
+                         bool* wasDamaged) {
+    std::error_code failure;
+    std::filesystem::create_directories(folder + "devices", failure);
+    const std::string path = folder + "devices/" + HostHash(root);
+    if (!LockDevice(path + ".lock", error)
+        || !Database.Open(path + ".db", kSchema, error, wasDamaged)) {
         return false;
     }
-    CSqliteStatement add = Database.Prepare("INSERT OR IGNORE INTO Devices (Root) VALUES (?)");
-    const bool added = add.Bind(1, root).Run();
-    CSqliteStatement find = Database.Prepare("SELECT Id FROM Devices WHERE Root = ?");
-    if (!added || !find.Bind(1, root).Step()) {
-        error = Database.GetError();
+    CSqliteStatement add = Database.Prepare("INSERT OR IGNORE INTO Device VALUES (1, ?)");
+    CSqliteStatement find = Database.Prepare("SELECT Root FROM Device");
+    if (!add.Bind(1, root).Run() || !find.Step() || find.GetBytes(0) != root) {
+        error = path + ".db is not the record of " + root + ": " + Database.GetError();
         return false;
     }
-    Device = find.GetInt(0);
-    PutStatement = Database.Prepare("INSERT OR REPLACE INTO Files VALUES (?, ?, ?, ?, ?, ?, ?, ?)");
-    NoteStatement = Database.Prepare("INSERT OR REPLACE INTO UnderWay VALUES (?, ?, ?)");
-    ClearStatement = Database.Prepare("DELETE FROM UnderWay WHERE Device = ?");
-    return LockDevice(folder, error);
+    PutStatement = Database.Prepare("INSERT OR REPLACE INTO Files VALUES (?, ?, ?, ?, ?, ?, ?)");
+    NoteStatement = Database.Prepare("INSERT OR REPLACE INTO UnderWay VALUES (1, ?, ?)");
+    return true;
 }
 
-bool CDeviceRecord::LockDevice(const std::string& folder, std::string& error) {
-    const std::string path = folder + "device-" + std::to_string(Device) + ".lock";
+bool CDeviceRecord::LockDevice(const std::string& path, std::string& error) {
     LockFile = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (LockFile < 0) {
-        error = path + ": " + HostErrorText(errno);
-        return false;
+    if (LockFile >= 0 && flock(LockFile, LOCK_EX | LOCK_NB) == 0) {
+        return true;
     }
-    if (flock(LockFile, LOCK_EX | LOCK_NB) != 0) {
-        error = errno == EWOULDBLOCK ? "another tonehall is working on this device" : path + ": " + HostErrorText(errno);
-        return false;
-    }
-    return true;
+    error = LockFile >= 0 && errno == EWOULDBLOCK ? "another tonehall is working on this device"
+                                                  : path + ": " + HostErrorText(errno);
+    return false;
 }
 
 bool CDeviceRecord::Load(std::vector<CEntry>& entries) {
     CSqliteStatement select = Database.Prepare(
-        "SELECT Kind, Target, Source, Size, MTime, MatchKey, ChangeKey FROM Files WHERE Device = ? ORDER BY Target");
-    select.Bind(1, Device);
+        "SELECT Kind, Target, Source, Size, MTime, MatchKey, ChangeKey FROM Files ORDER BY Target");
     while (select.Step()) {
-        entries.push_back({static_cast<Kind>(select.GetInt(0)),
-                           select.GetBytes(1),
-                           select.GetBytes(2),
-                           select.GetInt(3),
-                           select.GetInt(4),
-                           select.GetBytes(5),
-                           select.GetBytes(6)});
+        entries.push_back({static_cast<Kind>(select.GetInt(0)), select.GetBytes(1),
+                           select.GetBytes(2), select.GetInt(3), select.GetInt(4),
+                           select.GetBytes(5), select.GetBytes(6)});
     }
     return Database.GetCode() == SQLITE_DONE || Database.GetCode() == SQLITE_OK;
 }
 
 bool CDeviceRecord::Put(const CEntry& entry) {
-    PutStatement.Bind(1, Device).Bind(2, entry.Target).Bind(3, static_cast<int64_t>(entry.Type)).Bind(4, entry.Source);
-    PutStatement.Bind(5, entry.Size).Bind(6, entry.MTime).Bind(7, entry.MatchKey).Bind(8, entry.ChangeKey);
+    PutStatement.Bind(1, entry.Target).Bind(2, static_cast<int64_t>(entry.Type));
+    PutStatement.Bind(3, entry.Source).Bind(4, entry.Size).Bind(5, entry.MTime);
+    PutStatement.Bind(6, entry.MatchKey).Bind(7, entry.ChangeKey);
     return PutStatement.Run();
 }
 
@@ -83,29 +84,34 @@ bool CDeviceRecord::Remove(const std::vector<std::string>& targets) {
         return true;
     }
     CSqliteTransaction transaction(Database);
-    CSqliteStatement statement = Database.Prepare("DELETE FROM Files WHERE Device = ? AND Target = ?");
+    CSqliteStatement statement = Database.Prepare("DELETE FROM Files WHERE Target = ?");
     for (const std::string& target : targets) {
-        if (!statement.Bind(1, Device).Bind(2, target).Run()) {
+        if (!statement.Bind(1, target).Run()) {
             return false;
         }
     }
     return transaction.Commit();
 }
 
-bool CDeviceRecord::NoteUnderWay(const std::string& source, const std::string& target) {
-    return NoteStatement.Bind(1, Device).Bind(2, source).Bind(3, target).Run();
+bool CDeviceRecord::NoteUnderWay(const std::string& source,
+                                 const std::string& target,
+                                 const CEntry* done) {
+    CSqliteTransaction transaction(Database);
+    const bool noted =
+        (done == nullptr || Put(*done)) && NoteStatement.Bind(1, source).Bind(2, target).Run();
+    return noted && transaction.Commit();
 }
 
 std::optional<CDeviceRecord::CUnderWay> CDeviceRecord::GetUnderWay() {
-    CSqliteStatement select = Database.Prepare("SELECT Source, Target FROM UnderWay WHERE Device = ?");
-    if (!select.Bind(1, Device).Step()) {
+    CSqliteStatement select = Database.Prepare("SELECT Source, Target FROM UnderWay");
+    if (!select.Step()) {
         return std::nullopt;
     }
     return CUnderWay{select.GetBytes(0), select.GetBytes(1)};
 }
 
-bool CDeviceRecord::EndUnderWay(const CEntry* entry) {
+bool CDeviceRecord::EndUnderWay(const CEntry* done) {
     CSqliteTransaction transaction(Database);
-    const bool done = (entry == nullptr || Put(*entry)) && ClearStatement.Bind(1, Device).Run();
-    return done && transaction.Commit();
+    const bool ended = (done == nullptr || Put(*done)) && Database.Execute("DELETE FROM UnderWay");
+    return ended && transaction.Commit();
 }

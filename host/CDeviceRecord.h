@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
-/// The host's own record of what its syncs put on a device, kept on the host's side, per device.
+/// The host's own record of what its syncs put on a device, kept on the host's side in one file per
+/// device.
 ///
-/// A file on the device belongs to the host only if it stands here. Before a file is sent it is noted as under way, and
-/// the note goes in the same step that enters the file: a note that is still there when a sync begins names a file that
-/// was cut short. While an object has a device open, no other process can open it.
+/// A file on the device belongs to the host only if it stands here. Before a file is sent it is
+/// noted as under way; the note is replaced in the same step that enters the file. A note that is
+/// still there when a sync begins names a file that was cut short, or at worst the last one that
+/// was not. While an object has a device open, no other process can open it.
 class CDeviceRecord {
 public:
     enum class Kind {
@@ -21,10 +23,10 @@ public:
     };
     struct CEntry {
         Kind Type = Kind::File;
-        std::string Target;    ///< path on the device, absolute
-        std::string Source;    ///< path in the library; of a picture empty
-        int64_t Size = 0;      ///< of the source, bytes
-        int64_t MTime = 0;     ///< of the source, nanoseconds
+        std::string Target; ///< path on the device, absolute
+        std::string Source; ///< path in the library; of a picture empty
+        int64_t Size = 0;   ///< of the source, bytes
+        int64_t MTime = 0;  ///< of the source, nanoseconds
         std::string MatchKey;
         std::string ChangeKey; ///< of a playlist: the text that was written
     };
@@ -38,10 +40,13 @@ public:
     CDeviceRecord& operator=(const CDeviceRecord&) = delete;
     ~CDeviceRecord();
 
-    /// Opens the records below `folder` (with a final "/") for the device with this root. False, with the reason in
-    /// `error`, when they cannot be opened or another process has this device. A damaged file is put aside, see
-    /// CSqlite::Open.
-    bool Open(const std::string& folder, const std::string& root, std::string& error, bool* wasDamaged = nullptr);
+    /// Opens or makes the record of the device with this root, a file below `folder` (with a final
+    /// "/"). False, with the reason in `error`, when that fails or another process has this device.
+    /// A damaged file is put aside, see CSqlite::Open.
+    bool Open(const std::string& folder,
+              const std::string& root,
+              std::string& error,
+              bool* wasDamaged = nullptr);
 
     /// All entries, in the order of their targets. False when they cannot be read.
     bool Load(std::vector<CEntry>& entries);
@@ -50,20 +55,21 @@ public:
     bool Remove(const std::vector<std::string>& targets);
     bool Put(const CEntry& entry);
 
-    bool NoteUnderWay(const std::string& source, const std::string& target);
+    /// Notes a file as under way; `done` (may be null) is what the one before it has become.
+    bool NoteUnderWay(const std::string& source,
+                      const std::string& target,
+                      const CEntry* done = nullptr);
     std::optional<CUnderWay> GetUnderWay();
     /// Takes the note away; with an entry, which the file has become, in the same step.
-    bool EndUnderWay(const CEntry* entry);
+    bool EndUnderWay(const CEntry* done);
 
     std::string GetError() const { return Database.GetError(); }
 
 private:
-    bool LockDevice(const std::string& folder, std::string& error);
+    bool LockDevice(const std::string& path, std::string& error);
 
     CSqlite Database;
     CSqliteStatement PutStatement;
     CSqliteStatement NoteStatement;
-    CSqliteStatement ClearStatement;
-    int64_t Device = 0;
     int LockFile = -1;
 };

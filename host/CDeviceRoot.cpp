@@ -5,6 +5,8 @@
 #include "host/CLibrary.h"
 #include "host/HostText.h"
 
+#include <fcntl.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -40,10 +42,12 @@ bool CDeviceRoot::Open(const std::string& path, std::string& error) {
     Given = WithSlash(std::filesystem::absolute(path, failure).lexically_normal().native());
     const std::wstring wide = HostWiden(Path);
     VnString clean(wide.c_str());
-    VnFileSystem::CleanPathName(clean, /*cleanSegments=*/true, L'_', /*limitLength=*/true, /*keepDots=*/false);
+    VnFileSystem::CleanPathName(clean, /*cleanSegments=*/true, L'_', /*limitLength=*/true,
+                                /*keepDots=*/false);
     if (HostText(clean) != wide) {
-        error = "has a character in its path that no device path can hold, such as a colon, a quote or a blank at the "
-                "end of a name; mount it elsewhere";
+        error =
+            "has a character in its path that no device path can hold, such as a colon, a quote or a blank at the "
+            "end of a name; mount it elsewhere";
         return false;
     }
     Name = HostNarrow(HostName(HostWiden(real)));
@@ -61,9 +65,17 @@ bool CDeviceRoot::IsWritable(std::string& error) const {
         error = "is read-only";
         return false;
     }
-    if (access(Path.c_str(), W_OK | X_OK) != 0) {
+    // Permissions do not tell the whole: only a file that could be made proves that files can be
+    // made.
+    std::string probe = Path + ".tonehall-XXXXXX";
+    const int descriptor = mkostemp(probe.data(), O_CLOEXEC);
+    if (descriptor < 0 && errno != ENOSPC) {
         error = "is not writable: " + HostErrorText(errno);
         return false;
+    }
+    if (descriptor >= 0) {
+        close(descriptor);
+        unlink(probe.c_str());
     }
     return true;
 }
@@ -74,20 +86,27 @@ bool CDeviceRoot::IsStillThere() const {
 }
 
 bool CDeviceRoot::IsInside(const std::string& path) const {
+    return path.starts_with(Path) && !IsLink(path)
+           && IsFolderInside(path.substr(0, path.rfind('/')));
+}
+
+bool CDeviceRoot::IsFolderInside(std::string folder) const {
     struct stat status {};
-    if (!path.starts_with(Path) || (lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode))) {
-        return false;
-    }
-    std::string folder = path.substr(0, path.rfind('/'));
     while (folder.size() >= Path.size()) {
         if (lstat(folder.c_str(), &status) == 0) {
-            // A link that leads nowhere yet exists: what is made through it would land wherever it points.
+            // A link that leads nowhere yet exists: what is made through it would land wherever it
+            // points.
             const std::string real = CLibrary::RealPath(folder);
             return !real.empty() && WithSlash(real).starts_with(Path);
         }
         folder.erase(folder.rfind('/'));
     }
-    return true;
+    return WithSlash(folder) == Path;
+}
+
+bool CDeviceRoot::IsLink(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
 std::string CDeviceRoot::Resolve(const std::string& path) const {
@@ -98,7 +117,8 @@ std::string CDeviceRoot::Resolve(const std::string& path) const {
             break;
         }
     }
-    const std::filesystem::path joined = std::filesystem::path(Path) / std::filesystem::path(relative).relative_path();
+    const std::filesystem::path joined =
+        std::filesystem::path(Path) / std::filesystem::path(relative).relative_path();
     return joined.lexically_normal().native();
 }
 

@@ -6,12 +6,13 @@
 #include <string>
 #include <string_view>
 
-/// The folder that a device is mounted at, and the fence around it: nothing is written or deleted where the real path
-/// of a file's folder lies outside. Paths are bytes.
+/// The folder that a device is mounted at, and the fence around it: nothing is written or deleted
+/// where the real path of a file's folder lies outside. Paths are bytes.
 class CDeviceRoot {
 public:
-    /// Finds the folder. False, with the reason in `error`, when it is missing, no folder, or has a name that the drive
-    /// would change (a path on the device is cleaned as a whole, so `:` or a blank at a name's end would lead astray).
+    /// Finds the folder. False, with the reason in `error`, when it is missing, no folder, or has a
+    /// name that the drive would change (a path on the device is cleaned as a whole, so `:` or a
+    /// blank at a name's end would lead astray).
     bool Open(const std::string& path, std::string& error);
 
     /// False, with the reason in `error`, when nothing can be written there.
@@ -22,15 +23,20 @@ public:
     /// The folder's own name, for people; never empty and without "/".
     const std::string& GetName() const { return Name; }
 
-    /// Whether the folder is still the one that was opened: a device that was pulled out leaves an empty one behind.
+    /// Whether the folder is still the one that was opened: a device that was pulled out leaves an
+    /// empty one behind.
     bool IsStillThere() const;
 
-    /// Whether the real path of the deepest existing folder of `path` is the device root or lies below it, and `path`
-    /// itself is not a link. The file need not exist.
+    /// Whether the real path of the deepest existing folder of `path` is the device root or lies
+    /// below it, and `path` itself is not a link. The file need not exist.
     bool IsInside(const std::string& path) const;
+    /// The first half of it, for many files of one folder (without a final "/").
+    bool IsFolderInside(std::string folder) const;
+    /// Whether a link stands under a path.
+    static bool IsLink(const std::string& path);
 
-    /// A path of the command line or of a list as an absolute path on the device: an absolute one stays when it begins
-    /// with the device's path, every other is below the root.
+    /// A path of the command line or of a list as an absolute path on the device: an absolute one
+    /// stays when it begins with the device's path, every other is below the root.
     std::string Resolve(const std::string& path) const;
 
     /// `path` without the root, for people; a path outside stays.

@@ -18,11 +18,12 @@ constexpr std::array<std::wstring_view, 7> kFunctions{
 constexpr std::wstring_view kAuto = L" (auto)";
 
 bool IsNameCharacter(wchar_t ch) {
-    return (ch >= L'a' && ch <= L'z') || (ch >= L'A' && ch <= L'Z') || (ch >= L'0' && ch <= L'9') || ch == L'_';
+    return (ch >= L'a' && ch <= L'z') || (ch >= L'A' && ch <= L'Z') || (ch >= L'0' && ch <= L'9')
+           || ch == L'_';
 }
 
-/// The number at the start of a text, with "." or "," as separator; 0 when there is none. Not by the C library, whose
-/// separator is the locale's.
+/// The number at the start of a text, with "." or "," as separator; 0 when there is none. Not by
+/// the C library, whose separator is the locale's.
 double ToNumber(std::wstring_view text) {
     text = HostTrim(text);
     double value = 0;
@@ -86,7 +87,9 @@ std::wstring CleanText(std::wstring_view text, int mode) {
         }
     }
     if (mode >= 2) {
-        std::erase_if(clean, [](wchar_t ch) { return static_cast<uint32_t>(ch) < 0x80 && !IsNameCharacter(ch); });
+        std::erase_if(clean, [](wchar_t ch) {
+            return static_cast<uint32_t>(ch) < 0x80 && !IsNameCharacter(ch);
+        });
         std::erase(clean, L'_');
     }
     return clean;
@@ -98,7 +101,8 @@ std::wstring ShownField(std::wstring_view name, std::wstring_view value) {
         return {};
     }
     if (HostEqualsNoCase(name, L"File Size")) {
-        return HostWiden(HostFormatBytes(static_cast<int64_t>(std::clamp(ToNumber(value), -1e18, 1e18))));
+        return HostWiden(
+            HostFormatBytes(static_cast<int64_t>(std::clamp(ToNumber(value), -1e18, 1e18))));
     }
     if (HostEqualsNoCase(name, L"Duration")) {
         return HostWiden(HostFormatSeconds(std::clamp(ToNumber(value), 0.0, 1e12)));
@@ -111,7 +115,7 @@ std::wstring ShownField(std::wstring_view name, std::wstring_view value) {
 /// One function per rule of the grammar.
 class CExpression::Parser {
 public:
-    explicit Parser(std::wstring_view text) : Text(text) {}
+    explicit Parser(std::wstring_view text) : Text(text), LastClose(text.rfind(L')')) {}
 
     /// sequence = { field | call | character }, up to one of `ends` or the end of the text
     Sequence ParseSequence(std::wstring_view ends, int depth) {
@@ -151,20 +155,23 @@ private:
 
     /// call = name "(" [ sequence { "," sequence } ] ")"
     bool ParseCall(Sequence& nodes, int depth) {
-        if (depth >= kDeepest || (Position > 0 && IsNameCharacter(Text[Position - 1])) || Unclosed.contains(Position)) {
+        if (depth >= kDeepest || (Position > 0 && IsNameCharacter(Text[Position - 1]))
+            || Unclosed.contains(Position)) {
             return false;
         }
         size_t end = Position;
         while (end < Text.size() && IsNameCharacter(Text[end])) {
             ++end;
         }
-        if (end == Position || end == Text.size() || Text[end] != L'(') {
+        if (end == Position || end == Text.size() || Text[end] != L'('
+            || LastClose == std::wstring_view::npos || end > LastClose) {
             return false;
         }
         Node node;
         node.Type = Kind::Function;
         node.Text = HostFold(Text.substr(Position, end - Position));
-        if (std::find(kFunctions.begin(), kFunctions.end(), std::wstring_view(node.Text)) == kFunctions.end()) {
+        if (std::find(kFunctions.begin(), kFunctions.end(), std::wstring_view(node.Text))
+            == kFunctions.end()) {
             return false;
         }
         const size_t start = std::exchange(Position, end);
@@ -189,7 +196,8 @@ private:
                 return;
             }
             std::wstring& text = front ? nodes.front().Text : nodes.back().Text;
-            const size_t border = front ? text.find_first_not_of(L' ') : text.find_last_not_of(L' ');
+            const size_t border =
+                front ? text.find_first_not_of(L' ') : text.find_last_not_of(L' ');
             if (border == std::wstring::npos) {
                 nodes.erase(front ? nodes.begin() : nodes.end() - 1);
             } else if (front) {
@@ -204,8 +212,10 @@ private:
     }
 
     std::wstring_view Text;
+    size_t LastClose; ///< no call behind it can end
     size_t Position = 0;
-    std::set<size_t> Unclosed; ///< calls without an end; each is tried once, or nesting would cost time without bound
+    std::set<size_t> Unclosed; ///< calls without an end; each is tried once, or nesting would cost
+                               ///< time without bound
 };
 
 /// Works a parsed expression out for one item.
@@ -229,7 +239,8 @@ public:
             // The branches may hold text of their own, with a "/" that makes a folder.
             const std::wstring test = Argument(node, 0);
             const size_t branch = test.empty() || test == L"0" ? 2 : 1;
-            return branch < node.Arguments.size() ? Run(node.Arguments[branch], mode) : std::wstring();
+            return branch < node.Arguments.size() ? Run(node.Arguments[branch], mode)
+                                                  : std::wstring();
         }
         const std::wstring value = node.Type == Kind::Field ? Field(node) : Call(node);
         return mode == Mode::Path ? CPathCleaner::CleanValue(value) : value;
@@ -238,9 +249,12 @@ public:
 private:
     std::wstring Field(const Node& node) const {
         if (std::wstring_view(node.Text).ends_with(kAuto)) {
-            const std::wstring_view name = std::wstring_view(node.Text).substr(0, node.Text.size() - kAuto.size());
+            const std::wstring_view name =
+                std::wstring_view(node.Text).substr(0, node.Text.size() - kAuto.size());
             std::wstring value = Item.GetRawField(name);
-            return value.empty() && HostEqualsNoCase(name, L"Album Artist") ? Item.GetRawField(L"Artist") : value;
+            return value.empty() && HostEqualsNoCase(name, L"Album Artist")
+                       ? Item.GetRawField(L"Artist")
+                       : value;
         }
         std::wstring value = Item.GetRawField(node.Text);
         return node.Raw ? value : ShownField(node.Text, value);
@@ -250,7 +264,8 @@ private:
         if (node.Text == L"isequal") {
             const std::wstring left = Argument(node, 0);
             const std::wstring right = Argument(node, 1);
-            return (Number(node, 2) == 1 ? left == right : HostEqualsNoCase(left, right)) ? L"1" : L"0";
+            return (Number(node, 2) == 1 ? left == right : HostEqualsNoCase(left, right)) ? L"1"
+                                                                                          : L"0";
         }
         if (node.Text == L"isempty") {
             return Argument(node, 0).empty() ? L"1" : L"0";
@@ -259,7 +274,8 @@ private:
             return CleanText(Argument(node, 0), Number(node, 1));
         }
         if (node.Text == L"formatnumber") {
-            return FormatFixed(ToNumber(Argument(node, 0)), std::min(std::max(Number(node, 1), 0), 9));
+            return FormatFixed(ToNumber(Argument(node, 0)),
+                               std::min(std::max(Number(node, 1), 0), 9));
         }
         if (node.Text == L"tracknumber") {
             return TrackNumber(std::min(std::max(Number(node, 0), 0), 9));
@@ -282,7 +298,8 @@ private:
     }
 
     std::wstring Argument(const Node& node, size_t index) const {
-        return index < node.Arguments.size() ? Run(node.Arguments[index], Mode::Text) : std::wstring();
+        return index < node.Arguments.size() ? Run(node.Arguments[index], Mode::Text)
+                                             : std::wstring();
     }
 
     int Number(const Node& node, size_t index) const {
@@ -292,7 +309,8 @@ private:
     const IExpressionItem& Item;
 };
 
-CExpression::CExpression(std::wstring_view text) : Nodes(Parser(text).ParseSequence({}, 0)) {}
+CExpression::CExpression(std::wstring_view text) : Nodes(Parser(text).ParseSequence({}, 0)) {
+}
 
 std::wstring CExpression::Evaluate(const IExpressionItem& item, Mode mode, size_t reserved) const {
     const Evaluator evaluator(item);

@@ -20,12 +20,14 @@ uint8_t CRC8(const uint8_t* bytes, size_t count) {
     return crc;
 }
 
-/// Whether a frame and its check sum end at the end of the file, or at a tag behind it: the sum over both is then 0.
+/// Whether a frame and its check sum end at the end of the file, or at a tag behind it: the sum
+/// over both is then 0.
 bool EndsWhole(const uint8_t* frame, size_t size) {
     uint16_t crc = 0;
     for (size_t index = 0; index < size; ++index) {
         if (crc == 0 && index > 6 && size - index >= 4
-            && (std::memcmp(frame + index, "TAG", 3) == 0 || std::memcmp(frame + index, "APET", 4) == 0)) {
+            && (std::memcmp(frame + index, "TAG", 3) == 0
+                || std::memcmp(frame + index, "APET", 4) == 0)) {
             return true;
         }
         crc = static_cast<uint16_t>(crc ^ (frame[index] << 8));
@@ -62,8 +64,10 @@ std::optional<uint64_t> ReadCodedNumber(const uint8_t* bytes, size_t size, size_
     return value;
 }
 
-/// The samples of a frame by the code in its header; moves `offset` past the bytes that some codes need.
-std::optional<uint32_t> ReadBlockSize(uint8_t code, const uint8_t* bytes, size_t size, size_t& offset) {
+/// The samples of a frame by the code in its header; moves `offset` past the bytes that some codes
+/// need.
+std::optional<uint32_t>
+ReadBlockSize(uint8_t code, const uint8_t* bytes, size_t size, size_t& offset) {
     if (code == 0) {
         return std::nullopt;
     }
@@ -92,10 +96,12 @@ std::optional<uint32_t> ReadBlockSize(uint8_t code, const uint8_t* bytes, size_t
 CFlacEnd::CFlacEnd(const uint8_t* streamInfo)
     : SmallestBlock(static_cast<uint32_t>(streamInfo[0]) << 8 | streamInfo[1])
     , LargestBlock(static_cast<uint32_t>(streamInfo[2]) << 8 | streamInfo[3])
-    , TotalSamples(static_cast<uint64_t>(streamInfo[13] & 0x0F) << 32 | static_cast<uint64_t>(streamInfo[14]) << 24
-                   | static_cast<uint64_t>(streamInfo[15]) << 16 | static_cast<uint64_t>(streamInfo[16]) << 8
-                   | streamInfo[17])
-    , TailSize(static_cast<size_t>(streamInfo[7]) << 16 | static_cast<size_t>(streamInfo[8]) << 8 | streamInfo[9]) {
+    , TotalSamples(static_cast<uint64_t>(streamInfo[13] & 0x0F) << 32
+                   | static_cast<uint64_t>(streamInfo[14]) << 24
+                   | static_cast<uint64_t>(streamInfo[15]) << 16
+                   | static_cast<uint64_t>(streamInfo[16]) << 8 | streamInfo[17])
+    , TailSize(static_cast<size_t>(streamInfo[7]) << 16 | static_cast<size_t>(streamInfo[8]) << 8
+               | streamInfo[9]) {
     TailSize = (TailSize == 0 ? kUnknownFrame : TailSize) + kTagsBehind;
 }
 

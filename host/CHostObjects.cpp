@@ -69,7 +69,8 @@ CHandheldUpload::CHandheldUpload(const CLibraryItem& item,
     , Paths(paths)
     , Covers(covers)
     , Name(std::move(name))
-    , MayHavePicture(std::move(mayHavePicture)) {}
+    , MayHavePicture(std::move(mayHavePicture)) {
+}
 
 VnHandheldText CHandheldUpload::GetField(const wchar_t* name, int32_t) {
     const std::wstring& changed = Changed.Get(ViewOf(name));
@@ -95,8 +96,9 @@ VnHandheldText CHandheldUpload::GetSourcePath() {
         return MakeText(path);
     }
     // The file keeps its name here and gets an extension there that every file system can hold.
-    return MakeText(L"<XMLFN version=\"1.0\"><Item Name=\"Filename\">" + EscapeXML(path) + L"</Item><Item Name=\"FileType\">"
-                    + EscapeXML(extension) + L"</Item></XMLFN>");
+    return MakeText(L"<XMLFN version=\"1.0\"><Item Name=\"Filename\">" + EscapeXML(path)
+                    + L"</Item><Item Name=\"FileType\">" + EscapeXML(extension)
+                    + L"</Item></XMLFN>");
 }
 
 VnHandheldText CHandheldUpload::GetCoverArtPath(int32_t) {
@@ -129,8 +131,11 @@ int32_t CHandheldList::WritePlaylist(const wchar_t* path, const wchar_t*) {
     return Writer && path != nullptr && Writer(path) ? 1 : 0;
 }
 
-CHandheldScanList::CHandheldScanList(std::function<void(const CMediaFields&)> sink, std::function<void()> beforeRecord)
-    : Sink(std::move(sink)), BeforeRecord(std::move(beforeRecord)) {}
+CHandheldScanList::CHandheldScanList(std::function<void(const CMediaFields&)> sink,
+                                     std::function<void()> beforeRecord)
+    : Sink(std::move(sink))
+    , BeforeRecord(std::move(beforeRecord)) {
+}
 
 IVnHandheldFile* CHandheldScanList::CreateRecord() {
     Finish();

@@ -47,8 +47,9 @@ public:
 /// A library file on its way to the device.
 class CHandheldUpload final : public IVnHandheldFile {
 public:
-    /// All arguments must outlive the object; `covers` may be null, then there is no picture. `name` is the answer to
-    /// the device's name expression, chosen by CTargetPaths; `picturePath` is where the drive would put the picture.
+    /// All arguments must outlive the object; `covers` may be null, then there is no picture.
+    /// `name` is the answer to the device's name expression, chosen by CTargetPaths; `picturePath`
+    /// is where the drive would put the picture.
     CHandheldUpload(const CLibraryItem& item,
                     CTargetPaths& paths,
                     CCoverArt* covers,
@@ -90,12 +91,14 @@ public:
     int32_t WritePlaylist(const wchar_t* path, const wchar_t* kind) override;
 };
 
-/// The list that a scan fills. It keeps one record at a time and passes each on when the next one begins, so that a
-/// device of any size needs no memory here; Finish passes on the last.
+/// The list that a scan fills. It keeps one record at a time and passes each on when the next one
+/// begins, so that a device of any size needs no memory here; Finish passes on the last.
 class CHandheldScanList final : public IVnHandheldFileList {
 public:
-    /// `sink` gets each whole record; `beforeRecord` (may be empty) runs ahead of each, and is the place to cancel.
-    explicit CHandheldScanList(std::function<void(const CMediaFields&)> sink, std::function<void()> beforeRecord = {});
+    /// `sink` gets each whole record; `beforeRecord` (may be empty) runs ahead of each, and is the
+    /// place to cancel.
+    explicit CHandheldScanList(std::function<void(const CMediaFields&)> sink,
+                               std::function<void()> beforeRecord = {});
 
     void Finish();
 
@@ -122,5 +125,9 @@ public:
     };
     std::vector<CEntry> Entries;
 
-    void AddEntry(int32_t commandId, const wchar_t* text, int32_t first, int32_t second, int32_t third) override;
+    void AddEntry(int32_t commandId,
+                  const wchar_t* text,
+                  int32_t first,
+                  int32_t second,
+                  int32_t third) override;
 };

@@ -14,15 +14,17 @@
 namespace {
 
 // Another number here makes every file be read anew, for when the fields or the checks change.
-constexpr const char* kSchema = "CREATE TABLE IF NOT EXISTS Files1 (Path BLOB PRIMARY KEY, Size INTEGER, MTime INTEGER,"
-                                " Problem BLOB, Fields BLOB) WITHOUT ROWID;";
+constexpr const char* kSchema =
+    "CREATE TABLE IF NOT EXISTS Files1 (Path BLOB PRIMARY KEY, Size INTEGER, MTime INTEGER,"
+    " Problem BLOB, Fields BLOB) WITHOUT ROWID;";
 
 bool IsBelow(const std::string& path, const std::string& folder) {
     return path.starts_with(folder.ends_with('/') ? folder : folder + "/");
 }
 
 /// The fields of a file: what it tells itself, and what its name and size tell.
-CMediaFields MakeFields(const std::string& path, int64_t size, std::wstring_view type, CMediaFields fields) {
+CMediaFields
+MakeFields(const std::string& path, int64_t size, std::wstring_view type, CMediaFields fields) {
     const std::wstring wide = HostWiden(path);
     const std::wstring extension = HostExtension(wide);
     if (HostTrim(fields.Get(L"Name")).empty()) {
@@ -83,9 +85,11 @@ void CLibrary::Scan(const std::vector<std::string>& folders,
             break;
         }
         const std::wstring name(HostName(HostWiden(file.Path)));
-        // A list of files is sent as a playlist when asked for; an album's picture goes along with its songs.
+        // A list of files is sent as a playlist when asked for; an album's picture goes along with
+        // its songs.
         if (CMediaType::IsPlaylist(HostExtension(name))
-            || (CMediaType::IsFolderPicture(name) && audioFolders.contains(file.Path.substr(0, file.Path.rfind('/'))))) {
+            || (CMediaType::IsFolderPicture(name)
+                && audioFolders.contains(file.Path.substr(0, file.Path.rfind('/'))))) {
             continue;
         }
         const size_t readBefore = ReadCount;
@@ -95,7 +99,8 @@ void CLibrary::Scan(const std::vector<std::string>& folders,
             progress(done, walk.GetFiles().size());
         }
         if (!known.Problem.empty()) {
-            PassedOver.push_back({file.Path, known.Problem, known.Problem.starts_with("cannot be read")});
+            PassedOver.push_back(
+                {file.Path, known.Problem, known.Problem.starts_with("cannot be read")});
         } else {
             AddItem(file.Path, known);
         }
@@ -104,26 +109,27 @@ void CLibrary::Scan(const std::vector<std::string>& folders,
 }
 
 void CLibrary::LoadKnown(const std::vector<std::string>& folders) {
-    CSqliteStatement statement = Index.Prepare("SELECT Path, Size, MTime, Problem, Fields FROM Files1");
+    CSqliteStatement statement =
+        Index.Prepare("SELECT Path, Size, MTime, Problem, Fields FROM Files1");
     while (statement.Step()) {
         std::string path = statement.GetBytes(0);
-        const bool wanted = std::any_of(
-            folders.begin(), folders.end(), [&path](const std::string& folder) { return IsBelow(path, folder); });
+        const bool wanted =
+            std::any_of(folders.begin(), folders.end(),
+                        [&path](const std::string& folder) { return IsBelow(path, folder); });
         if (wanted) {
             Known.try_emplace(std::move(path),
-                              CKnown{statement.GetInt(1),
-                                     statement.GetInt(2),
-                                     statement.GetBytes(3),
-                                     statement.GetBytes(4),
-                                     false});
+                              CKnown{statement.GetInt(1), statement.GetInt(2),
+                                     statement.GetBytes(3), statement.GetBytes(4), false});
         }
     }
 }
 
-CLibrary::CKnown& CLibrary::Examine(const std::string& path, int64_t size, int64_t mtime, ITagSource& tags) {
+CLibrary::CKnown&
+CLibrary::Examine(const std::string& path, int64_t size, int64_t mtime, ITagSource& tags) {
     CKnown& known = Known[path];
     // Permissions change without a change of the time; everything else that matters changes it.
-    const bool same = known.Size == size && known.MTime == mtime && !known.Problem.starts_with("cannot be read")
+    const bool same = known.Size == size && known.MTime == mtime
+                      && !known.Problem.starts_with("cannot be read")
                       && (!known.Problem.empty() || !known.Fields.empty());
     known.Seen = true;
     if (same && access(path.c_str(), R_OK) == 0) {
@@ -169,7 +175,11 @@ void CLibrary::StoreChanges(bool isWhole) {
     CSqliteStatement store = Index.Prepare("INSERT OR REPLACE INTO Files1 VALUES (?, ?, ?, ?, ?)");
     for (const std::string& path : Changed) {
         const CKnown& known = Known[path];
-        store.Bind(1, path).Bind(2, known.Size).Bind(3, known.MTime).Bind(4, known.Problem).Bind(5, known.Fields);
+        store.Bind(1, path)
+            .Bind(2, known.Size)
+            .Bind(3, known.MTime)
+            .Bind(4, known.Problem)
+            .Bind(5, known.Fields);
         store.Run();
     }
     CSqliteStatement remove = Index.Prepare("DELETE FROM Files1 WHERE Path = ?");

@@ -13,19 +13,22 @@ class ITagSource;
 
 /// The media library: the files below one or several folders, with their fields.
 ///
-/// An index (SQLite) remembers, by path, size and time of change, what was found out about each file, so that a file
-/// is opened once and then not again until it changes. The index is no more than a memory: without it everything is
-/// read anew. One object is for one thread; processes may share an index.
+/// An index (SQLite) remembers, by path, size and time of change, what was found out about each
+/// file, so that a file is opened once and then not again until it changes. The index is no more
+/// than a memory: without it everything is read anew. One object is for one thread; processes may
+/// share an index.
 class CLibrary {
 public:
-    /// Opens or makes the index. False, with the reason in `error`, when that fails; Scan then works without it.
+    /// Opens or makes the index. False, with the reason in `error`, when that fails; Scan then
+    /// works without it.
     bool OpenIndex(const std::string& path, std::string& error);
 
     /// Called for each file whose bytes have to be looked at: how many so far, of how many in all.
     using Progress = std::function<void(size_t done, size_t all)>;
 
-    /// Lists `folders` (absolute or relative to the current folder) and reads what is new or changed. Items stand in
-    /// the order of their paths' listing. `isCancelled` (may be empty) ends the work early.
+    /// Lists `folders` (absolute or relative to the current folder) and reads what is new or
+    /// changed. Items stand in the order of their paths' listing. `isCancelled` (may be empty) ends
+    /// the work early.
     void Scan(const std::vector<std::string>& folders,
               ITagSource& tags,
               const Progress& progress,

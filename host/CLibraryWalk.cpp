@@ -14,7 +14,8 @@
 
 namespace {
 
-constexpr int kDeepest = 200; // folders inside folders; a file system that lies about its links must not end the stack
+constexpr int kDeepest =
+    200; // folders inside folders; a file system that lies about its links must not end the stack
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
@@ -32,7 +33,9 @@ int64_t Nanoseconds(const timespec& time) {
 } // namespace
 
 CLibraryWalk::CLibraryWalk(std::vector<std::string> folders, std::function<bool()> isCancelled)
-    : Folders(std::move(folders)), IsCancelled(std::move(isCancelled)) {}
+    : Folders(std::move(folders))
+    , IsCancelled(std::move(isCancelled)) {
+}
 
 void CLibraryWalk::Run() {
     for (const std::string& folder : Folders) {

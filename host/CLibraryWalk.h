@@ -12,10 +12,10 @@
 
 /// Lists the regular files below some folders, each once, in the order of their names.
 ///
-/// Hidden names are left out. A link to a file counts as that file, unless the file lies in the library anyway; a link
-/// to a folder is entered, but never a folder that was entered before. What is no file and no folder (a FIFO, a socket,
-/// a device), and a link that leads nowhere or round in a circle, is passed over by name; so is a folder that cannot
-/// be listed.
+/// Hidden names are left out. A link to a file counts as that file, unless the file lies in the
+/// library anyway; a link to a folder is entered, but never a folder that was entered before. What
+/// is no file and no folder (a FIFO, a socket, a device), and a link that leads nowhere or round in
+/// a circle, is passed over by name; so is a folder that cannot be listed.
 class CLibraryWalk {
 public:
     /// `folders` are absolute real paths. `isCancelled` (may be empty) is asked once a folder.

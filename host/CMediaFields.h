@@ -5,8 +5,9 @@
 #include <utility>
 #include <vector>
 
-/// The fields of one media file: names and values in the order of their coming. Names compare in any letter case; a
-/// file has about a dozen, which a walk finds faster than a tree. Not for two threads at a time.
+/// The fields of one media file: names and values in the order of their coming. Names compare in
+/// any letter case; a file has about a dozen, which a walk finds faster than a tree. Not for two
+/// threads at a time.
 class CMediaFields {
 public:
     using Entry = std::pair<std::wstring, std::wstring>;
@@ -23,7 +24,8 @@ public:
 
     const std::vector<Entry>& GetEntries() const { return Entries; }
 
-    /// One text of all fields, and back. Names and values may hold anything but U+001E and U+001F, which become blanks.
+    /// One text of all fields, and back. Names and values may hold anything but U+001E and U+001F,
+    /// which become blanks.
     std::wstring Pack() const;
     static CMediaFields Unpack(std::wstring_view packed);
 

@@ -27,27 +27,36 @@ struct TypeOfExtension {
 };
 
 constexpr std::array kTypes{
-    TypeOfExtension{L"3gp", L"Video"},   TypeOfExtension{L"aa", L"Audio"},    TypeOfExtension{L"aac", L"Audio"},
-    TypeOfExtension{L"ac3", L"Audio"},   TypeOfExtension{L"aif", L"Audio"},   TypeOfExtension{L"aiff", L"Audio"},
-    TypeOfExtension{L"ape", L"Audio"},   TypeOfExtension{L"asf", L"Video"},   TypeOfExtension{L"avi", L"Video"},
-    TypeOfExtension{L"bmp", L"Image"},   TypeOfExtension{L"dff", L"Audio"},   TypeOfExtension{L"dsf", L"Audio"},
-    TypeOfExtension{L"flac", L"Audio"},  TypeOfExtension{L"flv", L"Video"},   TypeOfExtension{L"gif", L"Image"},
-    TypeOfExtension{L"heic", L"Image"},  TypeOfExtension{L"jpeg", L"Image"},  TypeOfExtension{L"jpg", L"Image"},
-    TypeOfExtension{L"m2ts", L"Video"},  TypeOfExtension{L"m4a", L"Audio"},   TypeOfExtension{L"m4b", L"Audio"},
-    TypeOfExtension{L"m4v", L"Video"},   TypeOfExtension{L"mka", L"Audio"},   TypeOfExtension{L"mkv", L"Video"},
-    TypeOfExtension{L"mov", L"Video"},   TypeOfExtension{L"mp2", L"Audio"},   TypeOfExtension{L"mp3", L"Audio"},
-    TypeOfExtension{L"mp4", L"Video"},   TypeOfExtension{L"mpc", L"Audio"},   TypeOfExtension{L"mpeg", L"Video"},
-    TypeOfExtension{L"mpg", L"Video"},   TypeOfExtension{L"oga", L"Audio"},   TypeOfExtension{L"ogg", L"Audio"},
-    TypeOfExtension{L"ogv", L"Video"},   TypeOfExtension{L"opus", L"Audio"},  TypeOfExtension{L"png", L"Image"},
-    TypeOfExtension{L"spx", L"Audio"},   TypeOfExtension{L"tif", L"Image"},   TypeOfExtension{L"tiff", L"Image"},
-    TypeOfExtension{L"ts", L"Video"},    TypeOfExtension{L"tta", L"Audio"},   TypeOfExtension{L"wav", L"Audio"},
-    TypeOfExtension{L"webm", L"Video"},  TypeOfExtension{L"webp", L"Image"},  TypeOfExtension{L"wma", L"Audio"},
-    TypeOfExtension{L"wmv", L"Video"},   TypeOfExtension{L"wv", L"Audio"},
+    TypeOfExtension{L"3gp", L"Video"},  TypeOfExtension{L"aa", L"Audio"},
+    TypeOfExtension{L"aac", L"Audio"},  TypeOfExtension{L"ac3", L"Audio"},
+    TypeOfExtension{L"aif", L"Audio"},  TypeOfExtension{L"aiff", L"Audio"},
+    TypeOfExtension{L"ape", L"Audio"},  TypeOfExtension{L"asf", L"Video"},
+    TypeOfExtension{L"avi", L"Video"},  TypeOfExtension{L"bmp", L"Image"},
+    TypeOfExtension{L"dff", L"Audio"},  TypeOfExtension{L"dsf", L"Audio"},
+    TypeOfExtension{L"flac", L"Audio"}, TypeOfExtension{L"flv", L"Video"},
+    TypeOfExtension{L"gif", L"Image"},  TypeOfExtension{L"heic", L"Image"},
+    TypeOfExtension{L"jpeg", L"Image"}, TypeOfExtension{L"jpg", L"Image"},
+    TypeOfExtension{L"m2ts", L"Video"}, TypeOfExtension{L"m4a", L"Audio"},
+    TypeOfExtension{L"m4b", L"Audio"},  TypeOfExtension{L"m4v", L"Video"},
+    TypeOfExtension{L"mka", L"Audio"},  TypeOfExtension{L"mkv", L"Video"},
+    TypeOfExtension{L"mov", L"Video"},  TypeOfExtension{L"mp2", L"Audio"},
+    TypeOfExtension{L"mp3", L"Audio"},  TypeOfExtension{L"mp4", L"Video"},
+    TypeOfExtension{L"mpc", L"Audio"},  TypeOfExtension{L"mpeg", L"Video"},
+    TypeOfExtension{L"mpg", L"Video"},  TypeOfExtension{L"oga", L"Audio"},
+    TypeOfExtension{L"ogg", L"Audio"},  TypeOfExtension{L"ogv", L"Video"},
+    TypeOfExtension{L"opus", L"Audio"}, TypeOfExtension{L"png", L"Image"},
+    TypeOfExtension{L"spx", L"Audio"},  TypeOfExtension{L"tif", L"Image"},
+    TypeOfExtension{L"tiff", L"Image"}, TypeOfExtension{L"ts", L"Video"},
+    TypeOfExtension{L"tta", L"Audio"},  TypeOfExtension{L"wav", L"Audio"},
+    TypeOfExtension{L"webm", L"Video"}, TypeOfExtension{L"webp", L"Image"},
+    TypeOfExtension{L"wma", L"Audio"},  TypeOfExtension{L"wmv", L"Video"},
+    TypeOfExtension{L"wv", L"Audio"},
 };
 
 class OpenFile {
 public:
-    explicit OpenFile(const std::string& path) : Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+    explicit OpenFile(const std::string& path)
+        : Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
     ~OpenFile() {
@@ -57,12 +66,14 @@ public:
     }
     bool IsOpen() const { return Descriptor >= 0; }
 
-    /// Up to `count` bytes from `offset`; fewer at the end of the file, nothing when the read fails.
+    /// Up to `count` bytes from `offset`; fewer at the end of the file, nothing when the read
+    /// fails.
     std::optional<Bytes> Read(uint64_t offset, size_t count) const {
         Bytes bytes(count);
         size_t done = 0;
         while (done < count) {
-            const ssize_t got = pread(Descriptor, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
+            const ssize_t got = pread(Descriptor, bytes.data() + done, count - done,
+                                      static_cast<off_t>(offset + done));
             if (got < 0 && errno == EINTR) {
                 continue;
             }
@@ -88,13 +99,16 @@ private:
 };
 
 bool HasAt(const Bytes& bytes, size_t offset, std::string_view text) {
-    return offset + text.size() <= bytes.size() && std::memcmp(bytes.data() + offset, text.data(), text.size()) == 0;
+    return offset + text.size() <= bytes.size()
+           && std::memcmp(bytes.data() + offset, text.data(), text.size()) == 0;
 }
 
 uint32_t Big32(const Bytes& bytes, size_t offset) {
-    return offset + 4 > bytes.size() ? 0
-                                     : static_cast<uint32_t>(bytes[offset]) << 24 | static_cast<uint32_t>(bytes[offset + 1]) << 16
-                                           | static_cast<uint32_t>(bytes[offset + 2]) << 8 | bytes[offset + 3];
+    return offset + 4 > bytes.size()
+               ? 0
+               : static_cast<uint32_t>(bytes[offset]) << 24
+                     | static_cast<uint32_t>(bytes[offset + 1]) << 16
+                     | static_cast<uint32_t>(bytes[offset + 2]) << 8 | bytes[offset + 3];
 }
 
 uint32_t Little32(const Bytes& bytes, size_t offset) {
@@ -130,7 +144,8 @@ bool IsMPEGHeader(const Bytes& bytes, size_t offset) {
            && (header >> 12 & 15) != 15 && (header >> 10 & 3) != 3;
 }
 
-/// The frame behind the tags; an encoder that knows the whole length writes it into the first frame.
+/// The frame behind the tags; an encoder that knows the whole length writes it into the first
+/// frame.
 std::string_view CheckMP3(const OpenFile& file, uint64_t size) {
     const uint64_t start = LengthOfID3(file);
     if (start >= size) {
@@ -152,9 +167,11 @@ std::string_view CheckMP3(const OpenFile& file, uint64_t size) {
     const bool mono = (header >> 6 & 3) == 3;
     const size_t sideInfo = version1 ? (mono ? 17 : 32) : (mono ? 9 : 17);
     const size_t xing = frame + 4 + sideInfo;
-    if ((HasAt(*audio, xing, "Xing") || HasAt(*audio, xing, "Info")) && (Big32(*audio, xing + 4) & 2) != 0) {
+    if ((HasAt(*audio, xing, "Xing") || HasAt(*audio, xing, "Info"))
+        && (Big32(*audio, xing + 4) & 2) != 0) {
         const size_t count = xing + 8 + ((Big32(*audio, xing + 4) & 1) != 0 ? 4 : 0);
-        constexpr uint64_t kTolerance = 4096; // encoders differ in whether the first frame and the tags count
+        constexpr uint64_t kTolerance =
+            4096; // encoders differ in whether the first frame and the tags count
         if (Big32(*audio, count) > size - start - frame + kTolerance) {
             return kCutShort;
         }
@@ -186,7 +203,8 @@ std::string_view CheckFLAC(const OpenFile& file, uint64_t size) {
     CFlacEnd end(head->data() + 8);
     const uint64_t tail = std::min<uint64_t>(end.GetTailSize(), size > offset ? size - offset : 0);
     const std::optional<Bytes> bytes = file.Read(size - tail, tail);
-    return bytes && offset < size && end.HasLastFrame(bytes->data(), bytes->size()) ? kFine : kCutShort;
+    return bytes && offset < size && end.HasLastFrame(bytes->data(), bytes->size()) ? kFine
+                                                                                    : kCutShort;
 }
 
 /// Every page tells its own length; the last one must end inside the file.
@@ -217,7 +235,8 @@ std::string_view CheckOgg(const OpenFile& file, uint64_t size, const Bytes& head
 
 /// The boxes at the top fill the file, and one of them describes it.
 std::string_view CheckMP4(const OpenFile& file, uint64_t size, const Bytes& head) {
-    if (!HasAt(head, 4, "ftyp") && !HasAt(head, 4, "moov") && !HasAt(head, 4, "mdat") && !HasAt(head, 4, "wide")) {
+    if (!HasAt(head, 4, "ftyp") && !HasAt(head, 4, "moov") && !HasAt(head, 4, "mdat")
+        && !HasAt(head, 4, "wide")) {
         return kOther;
     }
     bool described = false;
@@ -258,22 +277,24 @@ std::string_view CheckEnd(const OpenFile& file, uint64_t size, std::string_view 
     if (!bytes) {
         return kUnreadable;
     }
-    const auto found = std::search(bytes->begin(), bytes->end(), mark.begin(), mark.end(), [](uint8_t left, char right) {
-        return left == static_cast<uint8_t>(right);
-    });
+    const auto found =
+        std::search(bytes->begin(), bytes->end(), mark.begin(), mark.end(),
+                    [](uint8_t left, char right) { return left == static_cast<uint8_t>(right); });
     return found == bytes->end() ? kCutShort : kFine;
 }
 
-std::string_view CheckPicture(const OpenFile& file, uint64_t size, const Bytes& head, std::wstring_view extension) {
+std::string_view
+CheckPicture(const OpenFile& file, uint64_t size, const Bytes& head, std::wstring_view extension) {
     // A picture under the name of another format is still a picture that every viewer takes.
     if (HasAt(head, 0, "\xFF\xD8\xFF")) {
         return CheckEnd(file, size, "\xFF\xD9");
     }
     if (HasAt(head, 0, "\x89PNG\r\n\x1A\n")) {
-        return CheckEnd(file, size, "IEND");
+        return CheckEnd(file, size, "IEND\xAE\x42\x60\x82");
     }
     if (extension == L"jpg" || extension == L"jpeg" || extension == L"png") {
-        return HasAt(head, 0, "GIF8") || HasAt(head, 8, "WEBP") || HasAt(head, 0, "BM") ? kFine : kOther;
+        return HasAt(head, 0, "GIF8") || HasAt(head, 8, "WEBP") || HasAt(head, 0, "BM") ? kFine
+                                                                                        : kOther;
     }
     return kFine;
 }
@@ -304,7 +325,8 @@ constexpr std::array kSignatures{
     Signature{L"wv", 0, "wvpk"},
 };
 
-std::string_view CheckContent(const OpenFile& file, uint64_t size, const Bytes& head, std::wstring_view extension) {
+std::string_view
+CheckContent(const OpenFile& file, uint64_t size, const Bytes& head, std::wstring_view extension) {
     const auto is = [extension](auto... names) { return ((extension == names) || ...); };
     if (is(L"mp3", L"mp2")) {
         return CheckMP3(file, size);
@@ -335,14 +357,15 @@ std::string_view CheckContent(const OpenFile& file, uint64_t size, const Bytes& 
 } // namespace
 
 std::wstring_view CMediaType::FromExtension(std::wstring_view extension) {
-    const auto found = std::lower_bound(kTypes.begin(), kTypes.end(), extension, [](const auto& type, std::wstring_view name) {
-        return type.Extension < name;
-    });
+    const auto found = std::lower_bound(
+        kTypes.begin(), kTypes.end(), extension,
+        [](const auto& type, std::wstring_view name) { return type.Extension < name; });
     return found != kTypes.end() && found->Extension == extension ? found->Type : L"Data";
 }
 
 bool CMediaType::IsPlaylist(std::wstring_view extension) {
-    constexpr std::array<std::wstring_view, 8> kLists{L"asx", L"cue", L"m3u", L"m3u8", L"mpl", L"pla", L"pls", L"wpl"};
+    constexpr std::array<std::wstring_view, 8> kLists{L"asx", L"cue", L"m3u", L"m3u8",
+                                                      L"mpl", L"pla", L"pls", L"wpl"};
     return std::find(kLists.begin(), kLists.end(), extension) != kLists.end();
 }
 

@@ -14,8 +14,10 @@ bool IsForbidden(wchar_t ch) {
     if (code < 0x20 || (code >= 0x7F && code < 0xA0) || code > 0x10FFFF) {
         return true;
     }
-    // Halves of a pair stand for bytes that are no UTF-8; the last two codes of each plane are no characters.
-    if ((code >= 0xD800 && code <= 0xDFFF) || (code & 0xFFFE) == 0xFFFE || code == 0x2028 || code == 0x2029) {
+    // Halves of a pair stand for bytes that are no UTF-8; the last two codes of each plane are no
+    // characters.
+    if ((code >= 0xD800 && code <= 0xDFFF) || (code & 0xFFFE) == 0xFFFE || code == 0x2028
+        || code == 0x2029) {
         return true;
     }
     return kForbidden.find(ch) != std::wstring_view::npos;
@@ -28,9 +30,10 @@ size_t UTF8Length(wchar_t ch) {
 
 bool IsCombining(wchar_t ch) {
     const auto code = static_cast<char32_t>(ch);
-    return (code >= 0x300 && code <= 0x36F) || (code >= 0x1AB0 && code <= 0x1AFF) || (code >= 0x20D0 && code <= 0x20FF)
-           || (code >= 0xFE00 && code <= 0xFE0F) || code == 0x200D || (code >= 0x1F3FB && code <= 0x1F3FF)
-           || code == 0x3099 || code == 0x309A;
+    return (code >= 0x300 && code <= 0x36F) || (code >= 0x1AB0 && code <= 0x1AFF)
+           || (code >= 0x20D0 && code <= 0x20FF) || (code >= 0xFE00 && code <= 0xFE0F)
+           || code == 0x200D || (code >= 0x1F3FB && code <= 0x1F3FF) || code == 0x3099
+           || code == 0x309A;
 }
 
 std::wstring_view TrimEnds(std::wstring_view text) {
@@ -39,7 +42,8 @@ std::wstring_view TrimEnds(std::wstring_view text) {
         return {};
     }
     const size_t end = text.find_last_not_of(L" .\u00A0");
-    return end == std::wstring_view::npos || end < start ? std::wstring_view() : text.substr(start, end - start + 1);
+    return end == std::wstring_view::npos || end < start ? std::wstring_view()
+                                                         : text.substr(start, end - start + 1);
 }
 
 } // namespace
@@ -82,6 +86,6 @@ bool CPathCleaner::IsReserved(std::wstring_view name) {
     if (stem == L"con" || stem == L"prn" || stem == L"aux" || stem == L"nul") {
         return true;
     }
-    return stem.size() == 4 && (stem.starts_with(L"com") || stem.starts_with(L"lpt")) && stem[3] >= L'1'
-           && stem[3] <= L'9';
+    return stem.size() == 4 && (stem.starts_with(L"com") || stem.starts_with(L"lpt"))
+           && stem[3] >= L'1' && stem[3] <= L'9';
 }

@@ -28,9 +28,11 @@ int HexDigit(char ch) {
 std::string DecodePercent(std::string_view text) {
     std::string out;
     for (size_t index = 0; index < text.size(); ++index) {
-        const bool escape = text[index] == '%' && index + 2 < text.size() && HexDigit(text[index + 1]) >= 0
-                            && HexDigit(text[index + 2]) >= 0;
-        out += escape ? static_cast<char>(HexDigit(text[index + 1]) * 16 + HexDigit(text[index + 2])) : text[index];
+        const bool escape = text[index] == '%' && index + 2 < text.size()
+                            && HexDigit(text[index + 1]) >= 0 && HexDigit(text[index + 2]) >= 0;
+        out += escape
+                   ? static_cast<char>(HexDigit(text[index + 1]) * 16 + HexDigit(text[index + 2]))
+                   : text[index];
         index += escape ? 2 : 0;
     }
     return out;
@@ -58,7 +60,8 @@ std::optional<std::string> FindFile(const std::string& folder, const std::string
         }
         return IsFile(path) ? std::optional(path) : std::nullopt;
     }
-    for (const std::string& form : {entry, WithSlashes(entry), FromLatin1(entry), WithSlashes(FromLatin1(entry))}) {
+    for (const std::string& form :
+         {entry, WithSlashes(entry), FromLatin1(entry), WithSlashes(FromLatin1(entry))}) {
         const std::string path = form.starts_with('/') ? form : folder + form;
         if (IsFile(path)) {
             return path;
@@ -94,7 +97,8 @@ bool CPlaylistReader::Read(const std::string& path, CResult& result, std::string
     }
     std::ifstream file(path, std::ios::binary);
     std::ostringstream bytes;
-    if (!file.is_open() || (file.peek() != std::ifstream::traits_type::eof() && !(bytes << file.rdbuf()))) {
+    if (!file.is_open()
+        || (file.peek() != std::ifstream::traits_type::eof() && !(bytes << file.rdbuf()))) {
         error = "cannot be read: " + HostErrorText(errno);
         return false;
     }

@@ -3,6 +3,7 @@
 #include "host/HostText.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -54,7 +55,8 @@ std::string RenderM3U(const Entries& entries, bool withComments) {
     std::string out = withComments ? "#EXTM3U\r\n" : "";
     for (const CPlaylistWriter::CEntry& entry : entries) {
         if (withComments) {
-            out += "#EXTINF:" + std::to_string(entry.Seconds) + "," + HostUTF8(Label(entry)) + "\r\n";
+            out +=
+                "#EXTINF:" + std::to_string(entry.Seconds) + "," + HostUTF8(Label(entry)) + "\r\n";
         }
         // By its bytes, or a name that is no UTF-8 would name nothing.
         out += HostNarrow(entry.Path) + "\r\n";
@@ -75,10 +77,11 @@ std::string RenderASX(const Entries& entries, const std::wstring& name) {
 }
 
 std::string RenderWPL(const Entries& entries, const std::wstring& name) {
-    std::string out = "<?wpl version=\"1.0\"?>\r\n<smil>\r\n<head>\r\n<meta name=\"Generator\" content=\"tonehall\"/>\r\n"
-                      "<meta name=\"ItemCount\" content=\""
-                      + std::to_string(entries.size()) + "\"/>\r\n<title>" + EscapeXML(name)
-                      + "</title>\r\n</head>\r\n<body>\r\n<seq>\r\n";
+    std::string out =
+        "<?wpl version=\"1.0\"?>\r\n<smil>\r\n<head>\r\n<meta name=\"Generator\" content=\"tonehall\"/>\r\n"
+        "<meta name=\"ItemCount\" content=\""
+        + std::to_string(entries.size()) + "\"/>\r\n<title>" + EscapeXML(name)
+        + "</title>\r\n</head>\r\n<body>\r\n<seq>\r\n";
     for (const CPlaylistWriter::CEntry& entry : entries) {
         out += "<media src=\"" + EscapeXML(entry.Path) + "\"/>\r\n";
     }
@@ -90,8 +93,9 @@ std::string RenderPLS(const Entries& entries) {
     size_t number = 0;
     for (const CPlaylistWriter::CEntry& entry : entries) {
         const std::string suffix = std::to_string(++number) + "=";
-        out += "File" + suffix + HostNarrow(entry.Path) + "\r\nTitle" + suffix + HostUTF8(Label(entry)) + "\r\nLength" + suffix
-               + std::to_string(entry.Seconds) + "\r\n";
+        out += "File" + suffix + HostNarrow(entry.Path) + "\r\nTitle" + suffix
+               + HostUTF8(Label(entry)) + "\r\nLength" + suffix + std::to_string(entry.Seconds)
+               + "\r\n";
     }
     return out + "NumberOfEntries=" + std::to_string(entries.size()) + "\r\nVersion=2\r\n";
 }
@@ -99,13 +103,18 @@ std::string RenderPLS(const Entries& entries) {
 std::string RenderMPL(const Entries& entries, const std::wstring& name) {
     const auto field = [](const char* fieldName, std::wstring_view value) {
         return value.empty() ? std::string()
-                             : std::string("<Field Name=\"") + fieldName + "\">" + EscapeXML(value) + "</Field>\r\n";
+                             : std::string("<Field Name=\"") + fieldName + "\">" + EscapeXML(value)
+                                   + "</Field>\r\n";
     };
-    std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\r\n<MPL Version=\"2.0\" Title=\""
-                      + EscapeXML(name) + "\">\r\n";
+    std::string out =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\r\n<MPL Version=\"2.0\" Title=\""
+        + EscapeXML(name) + "\">\r\n";
     for (const CPlaylistWriter::CEntry& entry : entries) {
-        out += "<Item>\r\n" + field("Filename", entry.Path) + field("Name", entry.Title) + field("Artist", entry.Artist)
-               + (entry.Seconds < 0 ? std::string() : field("Duration", std::to_wstring(entry.Seconds))) + "</Item>\r\n";
+        out += "<Item>\r\n" + field("Filename", entry.Path) + field("Name", entry.Title)
+               + field("Artist", entry.Artist)
+               + (entry.Seconds < 0 ? std::string()
+                                    : field("Duration", std::to_wstring(entry.Seconds)))
+               + "</Item>\r\n";
     }
     return out + "</MPL>\r\n";
 }
@@ -123,7 +132,9 @@ bool WriteAll(int descriptor, std::string_view bytes) {
 
 } // namespace
 
-std::string CPlaylistWriter::Render(std::wstring_view extension, const Entries& entries, const COptions& options) {
+std::string CPlaylistWriter::Render(std::wstring_view extension,
+                                    const Entries& entries,
+                                    const COptions& options) {
     if (extension == L"asx") {
         return RenderASX(entries, options.Name);
     }
@@ -147,6 +158,8 @@ bool CPlaylistWriter::Save(const std::string& path, std::string_view bytes, std:
         error = HostErrorText(errno);
         return false;
     }
+    struct stat state = {};
+    const bool isPlainFile = fstat(descriptor, &state) == 0 && S_ISREG(state.st_mode);
     bool done = WriteAll(descriptor, bytes);
     int code = errno;
     if (close(descriptor) != 0 && done) {
@@ -155,7 +168,9 @@ bool CPlaylistWriter::Save(const std::string& path, std::string_view bytes, std:
     }
     if (!done) {
         error = HostErrorText(code);
-        unlink(path.c_str());
+        if (isPlainFile) {
+            unlink(path.c_str()); // never a device node or a pipe
+        }
     }
     return done;
 }

@@ -24,14 +24,16 @@ public:
         int Seconds = -1; ///< -1: not known
     };
     struct COptions {
-        std::wstring Name;         ///< of the list
-        bool WithComments = true;  ///< an m3u's "#" lines; not when the drive changes every line
+        std::wstring Name;        ///< of the list
+        bool WithComments = true; ///< an m3u's "#" lines; not when the drive changes every line
     };
 
     /// The bytes of a list in the form of an extension (lower case, no dot); unknown ones give M3U.
-    static std::string Render(std::wstring_view extension, const std::vector<CEntry>& entries, const COptions& options);
+    static std::string Render(std::wstring_view extension,
+                              const std::vector<CEntry>& entries,
+                              const COptions& options);
 
-    /// Writes bytes to a file anew, making its folder. False, with the reason in `error`, when that fails; what was
-    /// written by then is taken away again.
+    /// Writes bytes to a file anew, making its folder. False, with the reason in `error`, when that
+    /// fails; what was written by then is taken away again.
     static bool Save(const std::string& path, std::string_view bytes, std::string& error);
 };

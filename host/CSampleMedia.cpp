@@ -57,7 +57,8 @@ public:
             if (Used % 8 == 0) {
                 Bytes += '\0';
             }
-            Bytes.back() = static_cast<char>(Bytes.back() | static_cast<char>((value >> bit & 1) << (Used % 8)));
+            Bytes.back() = static_cast<char>(Bytes.back()
+                                             | static_cast<char>((value >> bit & 1) << (Used % 8)));
             ++Used;
         }
     }
@@ -69,7 +70,10 @@ private:
 };
 
 /// One page; a packet of 255 bytes or more goes on in further lacing values.
-std::string OggPage(uint8_t flags, uint64_t granule, uint32_t sequence, const std::vector<std::string>& packets) {
+std::string OggPage(uint8_t flags,
+                    uint64_t granule,
+                    uint32_t sequence,
+                    const std::vector<std::string>& packets) {
     std::string lacing;
     std::string body;
     for (const std::string& packet : packets) {
@@ -90,17 +94,17 @@ std::string OggPage(uint8_t flags, uint64_t granule, uint32_t sequence, const st
     return page.replace(22, 4, crc);
 }
 
-/// The smallest set-up there is: one codebook of two entries, one floor without partitions, one residue without values,
-/// one mapping and one mode.
+/// The smallest set-up there is: one codebook of two entries, one floor without partitions, one
+/// residue without values, one mapping and one mode.
 std::string VorbisSetup() {
     BitWriter bits;
     bits.Put(0, 8); // codebooks - 1
     bits.Put(0x564342, 24);
-    bits.Put(1, 16); // dimensions
-    bits.Put(2, 24); // entries
-    bits.Put(0, 2);  // neither ordered nor sparse
-    bits.Put(0, 10); // two code words of one bit
-    bits.Put(0, 4);  // no value table
+    bits.Put(1, 16);     // dimensions
+    bits.Put(2, 24);     // entries
+    bits.Put(0, 2);      // neither ordered nor sparse
+    bits.Put(0, 10);     // two code words of one bit
+    bits.Put(0, 4);      // no value table
     bits.Put(0, 6 + 16); // one time transform of type 0
     bits.Put(0, 6);      // floors - 1
     bits.Put(1, 16);     // floor type 1
@@ -115,10 +119,10 @@ std::string VorbisSetup() {
     bits.Put(0, 6 + 16); // one mapping of type 0
     bits.Put(0, 1 + 1 + 2);
     bits.Put(0, 8 + 8 + 8);
-    bits.Put(0, 6);           // modes - 1
-    bits.Put(0, 1 + 16);      // short blocks, window 0
-    bits.Put(0, 16 + 8);      // transform 0, mapping 0
-    bits.Put(1, 1);           // framing
+    bits.Put(0, 6);      // modes - 1
+    bits.Put(0, 1 + 16); // short blocks, window 0
+    bits.Put(0, 16 + 8); // transform 0, mapping 0
+    bits.Put(1, 1);      // framing
     return "\x05vorbis" + bits.GetBytes();
 }
 
@@ -149,8 +153,10 @@ std::string Matrix() {
 /// Describes AAC LC, 44.1 kHz, mono (ISO 14496-1, 7.2.6).
 std::string SampleDescription() {
     const std::string specific("\x05\x02\x12\x08", 4);
-    const std::string decoder = std::string("\x04\x11\x40\x15\0\0\0", 7) + Values({64000, 64000}) + specific;
-    const std::string descriptor = std::string("\x03\x18\0\1\0", 5) + decoder + std::string("\x06\x01\x02", 3);
+    const std::string decoder =
+        std::string("\x04\x11\x40\x15\0\0\0", 7) + Values({64000, 64000}) + specific;
+    const std::string descriptor =
+        std::string("\x03\x19\0\1\0", 5) + decoder + std::string("\x06\x01\x02", 3);
     const std::string esds = Box("esds", Values({0}) + descriptor);
     std::string entry(6, '\0');
     Big(entry, 1, 2);
@@ -163,19 +169,25 @@ std::string SampleDescription() {
 
 std::string Movie(uint32_t frames, uint32_t frameSize, uint32_t dataOffset) {
     const uint32_t duration = frames * kAACFrame;
+    // One size for all would do, but there are readers that want the table.
+    std::string sizes = Values({0, 0, frames});
+    for (uint32_t frame = 0; frame < frames; ++frame) {
+        Big(sizes, frameSize, 4);
+    }
     const std::string table = SampleDescription() + Box("stts", Values({0, 1, frames, kAACFrame}))
-                              + Box("stsc", Values({0, 1, 1, frames, 1})) + Box("stsz", Values({0, frameSize, frames}))
+                              + Box("stsc", Values({0, 1, 1, frames, 1})) + Box("stsz", sizes)
                               + Box("stco", Values({0, 1, dataOffset}));
     const std::string data = Box("dinf", Box("dref", Values({0, 1}) + Box("url ", Values({1}))));
     const std::string media =
         Box("mdhd", Values({0, 0, 0, kAACRate, duration, 0x55C40000}))
         + Box("hdlr", Values({0, 0}) + "soun" + Values({0, 0, 0}) + std::string(1, '\0'))
         + Box("minf", Box("smhd", Values({0, 0})) + data + Box("stbl", table));
-    const std::string track =
-        Box("tkhd", Values({7, 0, 0, 1, 0, duration, 0, 0, 0, 0x01000000}) + Matrix() + Values({0, 0})) + Box("mdia", media);
-    const std::string header = Box("mvhd",
-                                   Values({0, 0, 0, kAACRate, duration, 0x10000, 0x01000000, 0, 0}) + Matrix()
-                                       + Values({0, 0, 0, 0, 0, 0, 2}));
+    const std::string track = Box("tkhd", Values({7, 0, 0, 1, 0, duration, 0, 0, 0, 0x01000000})
+                                              + Matrix() + Values({0, 0}))
+                              + Box("mdia", media);
+    const std::string header =
+        Box("mvhd", Values({0, 0, 0, kAACRate, duration, 0x10000, 0x01000000, 0, 0}) + Matrix()
+                        + Values({0, 0, 0, 0, 0, 0, 2}));
     return Box("moov", header + Box("trak", track));
 }
 
@@ -183,7 +195,10 @@ std::string PNGChunk(const std::string& typeAndData) {
     std::string chunk;
     Big(chunk, typeAndData.size() - 4, 4);
     chunk += typeAndData;
-    Big(chunk, crc32(0, reinterpret_cast<const Bytef*>(typeAndData.data()), static_cast<uInt>(typeAndData.size())), 4);
+    Big(chunk,
+        crc32(0, reinterpret_cast<const Bytef*>(typeAndData.data()),
+              static_cast<uInt>(typeAndData.size())),
+        4);
     return chunk;
 }
 
@@ -243,7 +258,8 @@ std::string CSampleMedia::MakeOgg(int packets) {
 }
 
 std::string CSampleMedia::MakeM4A(int frames) {
-    const std::string silence("\x00\xC8\x00\x80\x23\x80", 6); // one coded frame without any spectral data
+    const std::string silence("\x00\xC8\x00\x80\x23\x80",
+                              6); // one coded frame without any spectral data
     const std::string type = Box("ftyp", std::string("M4A \0\0\2\0isomM4A mp42", 20));
     const auto count = static_cast<uint32_t>(frames);
     const auto frameSize = static_cast<uint32_t>(silence.size());
@@ -252,7 +268,8 @@ std::string CSampleMedia::MakeM4A(int frames) {
     for (int frame = 0; frame < frames; ++frame) {
         data += silence;
     }
-    return type + Movie(count, frameSize, static_cast<uint32_t>(type.size() + movieSize + 8)) + Box("mdat", data);
+    return type + Movie(count, frameSize, static_cast<uint32_t>(type.size() + movieSize + 8))
+           + Box("mdat", data);
 }
 
 std::string CSampleMedia::MakeWAV(int samples) {
@@ -293,8 +310,8 @@ std::string CSampleMedia::MakePNG(unsigned colour, int size) {
     }
     uLongf length = compressBound(static_cast<uLong>(rows.size()));
     std::string packed(length, '\0');
-    compress(reinterpret_cast<Bytef*>(packed.data()), &length, reinterpret_cast<const Bytef*>(rows.data()),
-             static_cast<uLong>(rows.size()));
+    compress(reinterpret_cast<Bytef*>(packed.data()), &length,
+             reinterpret_cast<const Bytef*>(rows.data()), static_cast<uLong>(rows.size()));
     packed.resize(length);
     std::string head = "IHDR";
     Big(head, static_cast<uint64_t>(size), 4);

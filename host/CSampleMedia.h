@@ -4,8 +4,9 @@
 #include <string_view>
 #include <vector>
 
-/// Small media files, made from nothing: each is about a second of silence in a valid stream, without tags, and the
-/// pictures are one colour. Two calls with the same arguments give the same bytes.
+/// Small media files, made from nothing: each is about a second of silence in a valid stream,
+/// without tags, and the pictures are one colour. Two calls with the same arguments give the same
+/// bytes.
 class CSampleMedia {
 public:
     /// MPEG 1 layer III, 128 kbit/s, `frames` frames of 26 ms.
@@ -35,6 +36,7 @@ public:
         std::string Picture; ///< bytes of a PNG, taken in as the front cover; empty for none
     };
 
-    /// Writes tags into an existing file by its extension (mp3, flac, ogg, m4a, wav). False when that fails.
+    /// Writes tags into an existing file by its extension (mp3, flac, ogg, m4a, wav). False when
+    /// that fails.
     static bool WriteTags(const std::string& path, const CTags& tags);
 };

@@ -1,4 +1,5 @@
 #include "host/CSampleMedia.h"
+#include "host/HostText.h"
 
 #include <taglib/attachedpictureframe.h>
 #include <taglib/fileref.h>
@@ -58,7 +59,8 @@ bool CSampleMedia::WriteTags(const std::string& path, const CTags& tags) {
     TagLib::PropertyMap properties = file.file()->properties();
     const auto set = [&properties](const char* key, const std::wstring& value) {
         if (!value.empty()) {
-            properties.replace(key, TagLib::String(value));
+            // By way of UTF-8: that library's wide characters are units of UTF-16.
+            properties.replace(key, TagLib::String(HostUTF8(value), TagLib::String::UTF8));
         }
     };
     set("TITLE", tags.Title);
@@ -70,7 +72,8 @@ bool CSampleMedia::WriteTags(const std::string& path, const CTags& tags) {
     set("DATE", tags.Year > 0 ? std::to_wstring(tags.Year) : std::wstring());
     file.file()->setProperties(properties);
     if (!tags.Picture.empty()) {
-        AddPicture(file.file(), TagLib::ByteVector(tags.Picture.data(), static_cast<unsigned>(tags.Picture.size())));
+        AddPicture(file.file(), TagLib::ByteVector(tags.Picture.data(),
+                                                   static_cast<unsigned>(tags.Picture.size())));
     }
     return file.file()->save();
 }

@@ -10,21 +10,26 @@
 #include <filesystem>
 #include <system_error>
 
-ExitCode CSession::OpenRoot(const std::string& device, const std::vector<std::string>& settings, bool mustBeWritable) {
+ExitCode CSession::OpenRoot(const std::string& device,
+                            const std::vector<std::string>& settings,
+                            bool mustBeWritable) {
     const std::string shown = HostPrintable(std::string_view(device));
     std::string error;
     if (!Root.Open(device, error) || (mustBeWritable && !Root.IsWritable(error))) {
         return Fail(kExitNoDevice, "device " + shown + ": " + error);
     }
-    Properties = std::make_unique<CDeviceProperties>(HostWiden(Root.GetPath()), HostWiden(Root.GetName()));
+    Properties =
+        std::make_unique<CDeviceProperties>(HostWiden(Root.GetPath()), HostWiden(Root.GetName()));
     for (const std::string& setting : settings) {
         if (!Properties->Override(setting, error)) {
             return Fail(kExitUsage, "--set: " + error);
         }
     }
     if (Properties->GetInt(L"IsAndroid") != 0 && Root.GetPath().find("/.") != std::string::npos) {
-        return Fail(kExitNoDevice,
-                    "device " + shown + ": a folder in its path begins with a dot, which IsAndroid would change; mount it elsewhere");
+        return Fail(
+            kExitNoDevice,
+            "device " + shown
+                + ": a folder in its path begins with a dot, which IsAndroid would change; mount it elsewhere");
     }
     return kExitDone;
 }
@@ -41,7 +46,9 @@ ExitCode CSession::Start() {
     return kExitDone;
 }
 
-ExitCode CSession::Open(const std::string& device, const std::vector<std::string>& settings, bool mustBeWritable) {
+ExitCode CSession::Open(const std::string& device,
+                        const std::vector<std::string>& settings,
+                        bool mustBeWritable) {
     const ExitCode code = OpenRoot(device, settings, mustBeWritable);
     return code == kExitDone ? Start() : code;
 }

@@ -9,18 +9,22 @@
 #include <string>
 #include <vector>
 
-/// What every command on a device begins with: the device's folder, its property text, the plug-in, and the drive.
+/// What every command on a device begins with: the device's folder, its property text, the plug-in,
+/// and the drive.
 class CSession {
 public:
     explicit CSession(CConsole& console) : Console(console) {}
 
-    /// Finds the device and works out its properties. On a failure the reason goes to standard error and to GetError, and
-    /// the result is the exit code.
-    ExitCode OpenRoot(const std::string& device, const std::vector<std::string>& settings, bool mustBeWritable);
+    /// Finds the device and works out its properties. On a failure the reason goes to standard
+    /// error and to GetError, and the result is the exit code.
+    ExitCode OpenRoot(const std::string& device,
+                      const std::vector<std::string>& settings,
+                      bool mustBeWritable);
     /// Loads the plug-in and makes the drive. Properties may be changed between the two steps.
     ExitCode Start();
     /// Both steps.
-    ExitCode Open(const std::string& device, const std::vector<std::string>& settings, bool mustBeWritable);
+    ExitCode
+    Open(const std::string& device, const std::vector<std::string>& settings, bool mustBeWritable);
 
     const CDeviceRoot& GetRoot() const { return Root; }
     CDeviceProperties& GetProperties() const { return *Properties; }
@@ -30,7 +34,8 @@ public:
     /// Writes out everything that the system still holds for the device. False when that fails.
     bool Flush() const;
 
-    /// The folder of the host's own files, made when need be; ends in "/". Empty when there is no home.
+    /// The folder of the host's own files, made when need be; ends in "/". Empty when there is no
+    /// home.
     static std::string GetDataFolder();
 
 private:

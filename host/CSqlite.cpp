@@ -8,7 +8,8 @@ CSqliteStatement& CSqliteStatement::Bind(int index, int64_t value) {
 }
 
 CSqliteStatement& CSqliteStatement::Bind(int index, std::string_view bytes) {
-    sqlite3_bind_blob64(Handle.get(), index, bytes.empty() ? "" : bytes.data(), bytes.size(), SQLITE_STATIC);
+    sqlite3_bind_blob64(Handle.get(), index, bytes.empty() ? "" : bytes.data(), bytes.size(),
+                        SQLITE_STATIC);
     return *this;
 }
 
@@ -36,10 +37,15 @@ int64_t CSqliteStatement::GetInt(int column) const {
 std::string CSqliteStatement::GetBytes(int column) const {
     const void* bytes = sqlite3_column_blob(Handle.get(), column);
     const int count = sqlite3_column_bytes(Handle.get(), column);
-    return bytes == nullptr ? std::string() : std::string(static_cast<const char*>(bytes), static_cast<size_t>(count));
+    return bytes == nullptr
+               ? std::string()
+               : std::string(static_cast<const char*>(bytes), static_cast<size_t>(count));
 }
 
-bool CSqlite::Open(const std::string& path, const char* schema, std::string& error, bool* wasDamaged) {
+bool CSqlite::Open(const std::string& path,
+                   const char* schema,
+                   std::string& error,
+                   bool* wasDamaged) {
     if (wasDamaged != nullptr) {
         *wasDamaged = false;
     }
@@ -69,14 +75,17 @@ bool CSqlite::Open(const std::string& path, const char* schema, std::string& err
 
 bool CSqlite::TryOpen(const std::string& path, const char* schema, int& code) {
     sqlite3* database = nullptr;
-    code = sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    code = sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                           nullptr);
     Handle.reset(database);
     if (code != SQLITE_OK) {
         return false;
     }
     sqlite3_busy_timeout(database, 10000);
-    // A killed process loses nothing with these: what was committed is with the system. They spare a flush per file.
-    code = sqlite3_exec(database, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
+    // A killed process loses nothing with these: what was committed is with the system. They spare
+    // a flush per file.
+    code = sqlite3_exec(database, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr,
+                        nullptr, nullptr);
     if (code == SQLITE_OK) {
         code = sqlite3_exec(database, schema, nullptr, nullptr, nullptr);
     }
@@ -84,13 +93,15 @@ bool CSqlite::TryOpen(const std::string& path, const char* schema, int& code) {
 }
 
 bool CSqlite::Execute(const char* sql) {
-    return Handle != nullptr && sqlite3_exec(Handle.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+    return Handle != nullptr
+           && sqlite3_exec(Handle.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
 CSqliteStatement CSqlite::Prepare(const char* sql) {
     CSqliteStatement statement;
     sqlite3_stmt* handle = nullptr;
-    if (Handle != nullptr && sqlite3_prepare_v2(Handle.get(), sql, -1, &handle, nullptr) == SQLITE_OK) {
+    if (Handle != nullptr
+        && sqlite3_prepare_v2(Handle.get(), sql, -1, &handle, nullptr) == SQLITE_OK) {
         statement.Handle.reset(handle);
     }
     return statement;

@@ -7,18 +7,20 @@
 #include <string>
 #include <string_view>
 
-/// One prepared statement. Values are bound from 1, columns counted from 0; bytes and texts that are bound must live
-/// until the step. Belongs to its database, which must outlive it.
+/// One prepared statement. Values are bound from 1, columns counted from 0; bytes and texts that
+/// are bound must live until the step. Belongs to its database, which must outlive it.
 class CSqliteStatement {
 public:
     CSqliteStatement() = default;
 
     CSqliteStatement& Bind(int index, int64_t value);
-    CSqliteStatement& Bind(int index, std::string_view bytes); ///< as a blob: names need not be UTF-8
+    CSqliteStatement& Bind(int index,
+                           std::string_view bytes); ///< as a blob: names need not be UTF-8
 
     /// True while there is a row. A failed step is false too, and its text is that of the database.
     bool Step();
-    /// Runs a statement that gives no rows and makes it ready for the next values. False on a failure.
+    /// Runs a statement that gives no rows and makes it ready for the next values. False on a
+    /// failure.
     bool Run();
     void Reset();
 
@@ -36,10 +38,13 @@ private:
 /// One SQLite database of the host. For one thread at a time; several processes may share the file.
 class CSqlite {
 public:
-    /// Opens or makes the file and runs `schema`, which must be repeatable. False on a failure, with the reason in
-    /// `error`. A file that is no database, or is damaged, is put aside under the name "<path>.damaged" and made anew;
-    /// `wasDamaged` (may be null) tells so.
-    bool Open(const std::string& path, const char* schema, std::string& error, bool* wasDamaged = nullptr);
+    /// Opens or makes the file and runs `schema`, which must be repeatable. False on a failure,
+    /// with the reason in `error`. A file that is no database, or is damaged, is put aside under
+    /// the name "<path>.damaged" and made anew; `wasDamaged` (may be null) tells so.
+    bool Open(const std::string& path,
+              const char* schema,
+              std::string& error,
+              bool* wasDamaged = nullptr);
 
     bool Execute(const char* sql);
     CSqliteStatement Prepare(const char* sql);
@@ -57,10 +62,13 @@ private:
     std::unique_ptr<sqlite3, Closer> Handle;
 };
 
-/// Makes many changes one: they are stored by Commit, and given up at the end of an object without one.
+/// Makes many changes one: they are stored by Commit, and given up at the end of an object without
+/// one.
 class CSqliteTransaction {
 public:
-    explicit CSqliteTransaction(CSqlite& database) : Database(database), Open(database.Execute("BEGIN IMMEDIATE")) {}
+    explicit CSqliteTransaction(CSqlite& database)
+        : Database(database)
+        , Open(database.Execute("BEGIN IMMEDIATE")) {}
     CSqliteTransaction(const CSqliteTransaction&) = delete;
     CSqliteTransaction& operator=(const CSqliteTransaction&) = delete;
     ~CSqliteTransaction() {

@@ -16,14 +16,17 @@
 namespace {
 
 constexpr std::string_view kDatabaseName = ".Database.mpl";
-constexpr int64_t kRecordSize = 2048; // bytes of one file's record in the device's database, generously
+constexpr int64_t kRecordSize =
+    2048; // bytes of one file's record in the device's database, generously
 
 /// A record of the device as an item that expressions work on.
 class CRecordItem final : public IExpressionItem {
 public:
     explicit CRecordItem(const CMediaFields& fields) : Fields(fields) {}
     std::wstring GetRawField(std::wstring_view name) const override { return Fields.Get(name); }
-    std::wstring GetLibraryName() const override { return std::wstring(HostName(Fields.Get(L"Filename"))); }
+    std::wstring GetLibraryName() const override {
+        return std::wstring(HostName(Fields.Get(L"Filename")));
+    }
 
 private:
     const CMediaFields& Fields;
@@ -36,7 +39,11 @@ int64_t RoundUp(int64_t bytes, int64_t block) {
 } // namespace
 
 CSync::CSync(CSyncOptions options, CConsole& console)
-    : Options(std::move(options)), Console(console), Session(console), Start(std::chrono::steady_clock::now()) {}
+    : Options(std::move(options))
+    , Console(console)
+    , Session(console)
+    , Start(std::chrono::steady_clock::now()) {
+}
 
 ExitCode CSync::Run() {
     Report.IsDryRun = Options.IsDryRun;
@@ -54,7 +61,8 @@ ExitCode CSync::Run() {
         code = kExitFailure;
     }
     Report.Code = code;
-    Report.Seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - Start).count();
+    Report.Seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - Start).count();
     const bool cameToWork = Report.Error.empty() || !Report.Sent.empty() || code >= kExitCancelled;
     if (Console.IsJSON()) {
         Console.Write(Report.ToJSON());
@@ -66,8 +74,8 @@ ExitCode CSync::Run() {
 
 ExitCode CSync::RunSteps() {
     using Step = ExitCode (CSync::*)();
-    for (const Step step : {&CSync::Prepare, &CSync::ReadLibrary, &CSync::StartDevice, &CSync::ScanDevice, &CSync::MakePlan,
-                            &CSync::CheckSpace}) {
+    for (const Step step : {&CSync::Prepare, &CSync::ReadLibrary, &CSync::StartDevice,
+                            &CSync::ScanDevice, &CSync::MakePlan, &CSync::CheckSpace}) {
         if (const ExitCode code = (this->*step)(); code != kExitDone || CInterrupt::IsRequested()) {
             return code;
         }
@@ -80,7 +88,8 @@ ExitCode CSync::RunSteps() {
 }
 
 ExitCode CSync::Prepare() {
-    if (const ExitCode code = Session.OpenRoot(Options.Device, Options.Settings, !Options.IsDryRun); code != kExitDone) {
+    if (const ExitCode code = Session.OpenRoot(Options.Device, Options.Settings, !Options.IsDryRun);
+        code != kExitDone) {
         Report.Error = Session.GetError();
         return code;
     }
@@ -92,30 +101,37 @@ ExitCode CSync::Prepare() {
     }
     std::string error;
     bool wasDamaged = false;
-    if (!Record.Open(DataFolder, root.GetPath(), error, &wasDamaged) || !Record.Load(Input.Records)) {
-        return Fail(kExitFailure, "the record of the device cannot be opened: " + (error.empty() ? Record.GetError() : error));
+    if (!Record.Open(DataFolder, root.GetPath(), error, &wasDamaged)
+        || !Record.Load(Input.Records)) {
+        return Fail(kExitFailure, "the record of the device cannot be opened: "
+                                      + (error.empty() ? Record.GetError() : error));
     }
     for (const CDeviceRecord::CEntry& entry : Input.Records) {
         RecordsByTarget.try_emplace(entry.Target, &entry);
     }
     if (wasDamaged) {
-        Console.Error("the record of what was sent to the devices was damaged and is begun anew; files that are on a device"
-                      " count as not sent by this program");
+        Console.Error(
+            "the record of what was sent to the devices was damaged and is begun anew; files that are on a device"
+            " count as not sent by this program");
     }
     if (!Library.OpenIndex(DataFolder + "library.db", error)) {
         Console.Error("the library's index cannot be used, every file is read: " + error);
     }
-    const std::string database = HostNarrow(Session.GetProperties().GetBasePath(L"DatabaseBasePath")) + std::string(kDatabaseName);
+    const std::string database =
+        HostNarrow(Session.GetProperties().GetBasePath(L"DatabaseBasePath"))
+        + std::string(kDatabaseName);
     if (!root.IsInside(database)) {
-        return Fail(kExitFailure, HostPrintable(std::string_view(database)) + " leads outside the device");
+        return Fail(kExitFailure,
+                    HostPrintable(std::string_view(database)) + " leads outside the device");
     }
     return kExitDone;
 }
 
 ExitCode CSync::ReadLibrary() {
     if (Options.IsDryRun) {
-        // The drive writes its database whenever a scan finds something new. A copy of it, elsewhere, takes the writes;
-        // base paths are below the device's root, so the way there leads up from it.
+        // The drive writes its database whenever a scan finds something new. A copy of it,
+        // elsewhere, takes the writes; base paths are below the device's root, so the way there
+        // leads up from it.
         std::string pattern = (std::filesystem::temp_directory_path() / "tonehall-XXXXXX").native();
         if (mkdtemp(pattern.data()) == nullptr) {
             return Fail(kExitFailure, "no temporary folder for the dry run");
@@ -123,13 +139,15 @@ ExitCode CSync::ReadLibrary() {
         DryRunFolder = CLibrary::RealPath(pattern);
         const std::wstring place = Session.GetProperties().GetBasePath(L"DatabaseBasePath");
         std::error_code failure;
-        std::filesystem::copy_file(HostNarrow(place) + std::string(kDatabaseName), DryRunFolder + "/" + std::string(kDatabaseName), failure);
+        std::filesystem::copy_file(HostNarrow(place) + std::string(kDatabaseName),
+                                   DryRunFolder + "/" + std::string(kDatabaseName), failure);
         std::string up;
         const std::string& root = Session.GetRoot().GetPath();
         for (auto slashes = std::count(root.begin(), root.end(), '/') - 1; slashes > 0; --slashes) {
             up += "../";
         }
-        Session.GetProperties().Set(L"DatabaseBasePath", HostWiden(up + DryRunFolder.substr(1) + "/"));
+        Session.GetProperties().Set(L"DatabaseBasePath",
+                                    HostWiden(up + DryRunFolder.substr(1) + "/"));
     }
     if (const ExitCode code = Session.Start(); code != kExitDone) {
         Report.Error = Session.GetError();
@@ -140,13 +158,13 @@ ExitCode CSync::ReadLibrary() {
         return Fail(kExitFailure, "the tools module gives no tag reader");
     }
     Library.Scan(
-        Options.Libraries,
-        tags,
+        Options.Libraries, tags,
         [this](size_t done, size_t) { Console.ShowSearch("Reading the library", done); },
         CInterrupt::IsRequested);
     for (const CPassedOver& passed : Library.GetPassedOver()) {
         Input.PassedOver.push_back(passed.Path);
-        passed.IsFailure ? AddFailure(passed.Path, passed.Reason) : AddSkipped(passed.Path, passed.Reason);
+        passed.IsFailure ? AddFailure(passed.Path, passed.Reason)
+                         : AddSkipped(passed.Path, passed.Reason);
     }
     ReadPlaylists();
     return kExitDone;
@@ -200,8 +218,8 @@ ExitCode CSync::ScanDevice() {
                 return;
             }
             const CRecordItem item(fields);
-            Input.Device.push_back(
-                {std::move(path), HostNarrow(matchKey.Evaluate(item)), HostNarrow(changeKey.Evaluate(item))});
+            Input.Device.push_back({std::move(path), HostNarrow(matchKey.Evaluate(item)),
+                                    HostNarrow(changeKey.Evaluate(item))});
             Console.ShowSearch("Reading the device", Input.Device.size());
         },
         CInterrupt::IsRequested);
@@ -217,7 +235,8 @@ void CSync::FillKeys(CSyncPlanner::CInput& input) const {
     const CExpression changeKey(properties.Get(L"ChangeKeyExpression"));
     input.Items.reserve(Library.GetItems().size());
     for (const std::unique_ptr<CLibraryItem>& item : Library.GetItems()) {
-        input.Items.push_back({item.get(), HostNarrow(matchKey.Evaluate(*item)), HostNarrow(changeKey.Evaluate(*item))});
+        input.Items.push_back({item.get(), HostNarrow(matchKey.Evaluate(*item)),
+                               HostNarrow(changeKey.Evaluate(*item))});
     }
 }
 
@@ -242,12 +261,14 @@ ExitCode CSync::MakePlan() {
             Going.insert(send.Replaces);
         }
     }
-    Paths = std::make_unique<CTargetPaths>(Session.GetProperties(), [this](const std::wstring& path) {
-        const std::string bytes = HostNarrow(path);
-        std::error_code failure;
-        return !Going.contains(bytes) && UnderWay != bytes
-               && std::filesystem::symlink_status(bytes, failure).type() != std::filesystem::file_type::not_found;
-    });
+    Paths =
+        std::make_unique<CTargetPaths>(Session.GetProperties(), [this](const std::wstring& path) {
+            const std::string bytes = HostNarrow(path);
+            std::error_code failure;
+            return !Going.contains(bytes) && UnderWay != bytes
+                   && std::filesystem::symlink_status(bytes, failure).type()
+                          != std::filesystem::file_type::not_found;
+        });
     for (const CDeviceFile& file : Input.Device) {
         if (!Going.contains(file.Path)) {
             Paths->Take(HostWiden(file.Path));
@@ -262,7 +283,8 @@ ExitCode CSync::MakePlan() {
 
 ExitCode CSync::CheckSpace() {
     struct statvfs volume {};
-    const bool known = statvfs(Session.GetRoot().GetPath().c_str(), &volume) == 0 && volume.f_frsize > 0;
+    const bool known =
+        statvfs(Session.GetRoot().GetPath().c_str(), &volume) == 0 && volume.f_frsize > 0;
     const auto block = known ? static_cast<int64_t>(volume.f_frsize) : 4096;
     int64_t needed = 0;
     for (const CJob& job : Jobs) {
@@ -273,9 +295,10 @@ ExitCode CSync::CheckSpace() {
         freed += RoundUp(std::max<int64_t>(CDeviceRoot::GetFileSize(path), 0), block);
     }
     if (needed - freed > static_cast<int64_t>(Report.AvailableSpace)) {
-        return Fail(kExitNoSpace,
-                    "not enough space on the device: " + HostFormatBytes(needed - freed) + " more are needed and "
-                        + HostFormatBytes(static_cast<int64_t>(Report.AvailableSpace)) + " are free; nothing was changed");
+        return Fail(kExitNoSpace, "not enough space on the device: "
+                                      + HostFormatBytes(needed - freed) + " more are needed and "
+                                      + HostFormatBytes(static_cast<int64_t>(Report.AvailableSpace))
+                                      + " are free; nothing was changed");
     }
     return kExitDone;
 }
@@ -287,10 +310,12 @@ void CSync::DescribePlan() {
     for (const CJob& job : Jobs) {
         const std::string target = HostNarrow(job.Target.GetPath());
         if (!Session.GetRoot().IsInside(target)) {
-            AddFailure(job.Send.Item->File->Path, "its place on the device, " + Relative(target) + ", leads outside the device");
+            AddFailure(job.Send.Item->File->Path, "its place on the device, " + Relative(target)
+                                                      + ", leads outside the device");
             continue;
         }
-        Report.Sent.push_back({job.Send.Item->File->Path, Relative(target), job.Send.Item->File->Size, !job.Send.Replaces.empty()});
+        Report.Sent.push_back({job.Send.Item->File->Path, Relative(target),
+                               job.Send.Item->File->Size, !job.Send.Replaces.empty()});
         Report.Bytes += job.Send.Item->File->Size;
     }
     for (const CPlaylist& playlist : Playlists) {
@@ -332,12 +357,14 @@ ExitCode CSync::Fail(ExitCode code, const std::string& text) {
 
 void CSync::AddFailure(const std::string& path, const std::string& reason) {
     Report.Failed.push_back({path, reason});
-    Console.Error("failed: " + HostPrintable(std::string_view(path)) + ": " + HostPrintable(std::string_view(reason)));
+    Console.Error("failed: " + HostPrintable(std::string_view(path)) + ": "
+                  + HostPrintable(std::string_view(reason)));
 }
 
 void CSync::AddSkipped(const std::string& path, const std::string& reason) {
     Report.Skipped.push_back({path, reason});
-    Console.Error("skipped: " + HostPrintable(std::string_view(path)) + ": " + HostPrintable(std::string_view(reason)));
+    Console.Error("skipped: " + HostPrintable(std::string_view(path)) + ": "
+                  + HostPrintable(std::string_view(reason)));
 }
 
 std::string CSync::Relative(const std::string& path) const {

@@ -30,9 +30,10 @@ struct CSyncOptions {
 
 /// Makes a device hold what a library holds.
 ///
-/// The steps are those of the drive's contract: start, space, scan, begin, delete, upload each file, playlists, end. Around
-/// them the host reads the library, compares, makes sure of the space and of the fence around the device, and keeps its own
-/// record. A file that fails is named and the rest goes on; a device that is gone ends the sync.
+/// The steps are those of the drive's contract: start, space, scan, begin, delete, upload each
+/// file, playlists, end. Around them the host reads the library, compares, makes sure of the space
+/// and of the fence around the device, and keeps its own record. A file that fails is named and the
+/// rest goes on; a device that is gone ends the sync.
 class CSync {
 public:
     CSync(CSyncOptions options, CConsole& console);
@@ -44,7 +45,7 @@ public:
 
 private:
     struct CPlaylist {
-        std::string Source;                   ///< the list's path in the library
+        std::string Source; ///< the list's path in the library
         std::vector<const CLibraryItem*> Items;
     };
     struct CJob {
@@ -71,19 +72,25 @@ private:
     void RecoverUnderWay();
     void DeleteFiles();
     ExitCode SendFiles();
-    void SendFile(CJob& job, size_t number);
+    void SendFile(const CJob& job, size_t number);
+    /// The tests ahead of a file, and its note as under way. False, named as failed, when it must
+    /// not be sent.
+    bool MaySend(const CJob& job, const std::string& target);
+    /// Names a file that did not arrive, and leaves nothing of it.
+    void GiveUp(const CJob& job, const std::string& path, const std::string& cause);
     /// Why a file could not be sent, as far as the system tells.
     std::string FindCause(const CLibraryItem& item) const;
-    void NotePicture(const CTargetPaths::CTarget& target);
-    bool HasPicture(const std::string& path) const;
+    void NotePicture(const std::string& path);
 
     // Playlists: CSyncPlaylists.cpp
 
     void SendPlaylists();
     void SendPlaylist(const CPlaylist& playlist);
-    std::vector<CPlaylistWriter::CEntry> MakeEntries(const CPlaylist& playlist, bool relative) const;
+    std::vector<CPlaylistWriter::CEntry> MakeEntries(const CPlaylist& playlist,
+                                                     bool relative) const;
     void DeleteLostPlaylists();
-    const CDeviceRecord::CEntry* FindRecord(CDeviceRecord::Kind kind, const std::string& target) const;
+    const CDeviceRecord::CEntry* FindRecord(CDeviceRecord::Kind kind,
+                                            const std::string& target) const;
 
     ExitCode Fail(ExitCode code, const std::string& text);
     void AddFailure(const std::string& path, const std::string& reason);
@@ -107,11 +114,14 @@ private:
     std::unique_ptr<CTargetPaths> Paths;
     std::unique_ptr<CCoverArt> Covers;
     std::vector<CJob> Jobs;
-    std::unordered_set<std::string> Going;                             ///< device paths that the sync takes away
-    std::unordered_map<const CLibraryItem*, std::string> OnDevice;     ///< where each item stands, once it is there
-    std::map<std::string, bool> Pictures;                              ///< picture paths that were looked for: there or not
-    std::optional<std::string> UnderWay;                               ///< a file that an earlier sync left unfinished
-    std::string DryRunFolder;                                          ///< stands in for the database's place
+    std::unordered_set<std::string> Going; ///< device paths that the sync takes away
+    std::unordered_map<const CLibraryItem*, std::string>
+        OnDevice;                         ///< where each item stands, once it is there
+    std::map<std::string, bool> Pictures; ///< picture paths that were looked for: there or not
+    std::optional<std::string> UnderWay;  ///< a file that an earlier sync left unfinished
+    std::optional<CDeviceRecord::CEntry> Finished; ///< arrived, and not yet entered
+    std::string FencedFolder;                      ///< the last folder that was found to be inside
+    std::string DryRunFolder;                      ///< stands in for the database's place
     int64_t BytesDone = 0;
     int64_t BytesInAll = 0;
     bool IsDeviceGone = false;

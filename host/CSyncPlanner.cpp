@@ -55,9 +55,10 @@ public:
         for (const CSyncItem* item : rest) {
             MatchByKey(*item);
         }
-        std::stable_sort(Plan.Sends.begin(), Plan.Sends.end(), [](const auto& left, const auto& right) {
-            return left.Item->File->Path < right.Item->File->Path;
-        });
+        std::stable_sort(Plan.Sends.begin(), Plan.Sends.end(),
+                         [](const auto& left, const auto& right) {
+                             return left.Item->File->Path < right.Item->File->Path;
+                         });
         FindDeletes();
         AddPictures();
         return std::move(Plan);
@@ -65,12 +66,14 @@ public:
 
 private:
     bool IsPresent(const Entry& entry) const {
-        // The drive lists its search folders only; what lies elsewhere on the device is there all the same.
+        // The drive lists its search folders only; what lies elsewhere on the device is there all
+        // the same.
         return OnDevice.contains(Fold(entry.Target)) || Input.GetDeviceSize(entry.Target) >= 0;
     }
 
     bool IsChanged(const CSyncItem& item, const Entry& entry) const {
-        return entry.Size != item.File->Size || entry.MatchKey != item.MatchKey || entry.ChangeKey != item.ChangeKey
+        return entry.Size != item.File->Size || entry.MatchKey != item.MatchKey
+               || entry.ChangeKey != item.ChangeKey
                || (Input.ResendOnDate && entry.MTime != item.File->MTime)
                || Input.GetDeviceSize(entry.Target) < entry.Size;
     }
@@ -101,17 +104,19 @@ private:
         }
         // Ours before a stranger's: a file that moved in the library keeps its copy.
         auto& candidates = found->second;
-        auto chosen = std::find_if(candidates.begin(), candidates.end(), [this](const CDeviceFile* file) {
-            return ByTarget.contains(Fold(file->Path));
-        });
+        auto chosen =
+            std::find_if(candidates.begin(), candidates.end(), [this](const CDeviceFile* file) {
+                return ByTarget.contains(Fold(file->Path));
+            });
         chosen = chosen == candidates.end() ? candidates.begin() : chosen;
         const CDeviceFile& file = **chosen;
         candidates.erase(chosen);
         Claimed.insert(Fold(file.Path));
         const auto record = ByTarget.find(Fold(file.Path));
         const bool isOurs = record != ByTarget.end();
-        if (isOurs && (record->second->Size != item.File->Size || file.ChangeKey != item.ChangeKey
-                       || Input.GetDeviceSize(file.Path) < record->second->Size)) {
+        if (isOurs
+            && (record->second->Size != item.File->Size || file.ChangeKey != item.ChangeKey
+                || Input.GetDeviceSize(file.Path) < record->second->Size)) {
             Plan.Sends.push_back({&item, record->second->Target});
         } else {
             Plan.Keeps.push_back({&item, isOurs ? record->second->Target : file.Path, isOurs});
@@ -122,9 +127,10 @@ private:
     void ClaimUnreadable() {
         for (const Entry& entry : Input.Records) {
             const bool isPassedOver =
-                std::any_of(Input.PassedOver.begin(), Input.PassedOver.end(), [&entry](const std::string& path) {
-                    return entry.Source == path || entry.Source.starts_with(path + "/");
-                });
+                std::any_of(Input.PassedOver.begin(), Input.PassedOver.end(),
+                            [&entry](const std::string& path) {
+                                return entry.Source == path || entry.Source.starts_with(path + "/");
+                            });
             if (entry.Type == CDeviceRecord::Kind::File && isPassedOver) {
                 Claimed.insert(Fold(entry.Target));
             }
@@ -139,13 +145,15 @@ private:
             } else if (!IsPresent(entry)) {
                 Plan.Forgotten.push_back(entry.Target);
             } else if (!Claimed.contains(Fold(entry.Target))) {
-                (Input.Delete == DeleteMode::None ? Plan.Leftovers : Plan.Deletes).push_back(entry.Target);
+                (Input.Delete == DeleteMode::None ? Plan.Leftovers : Plan.Deletes)
+                    .push_back(entry.Target);
                 Claimed.insert(Fold(entry.Target));
             }
         }
         for (const CDeviceFile& file : Input.Device) {
             const std::string folded = Fold(file.Path);
-            if (Input.Delete == DeleteMode::All && !Claimed.contains(folded) && !pictures.contains(folded)) {
+            if (Input.Delete == DeleteMode::All && !Claimed.contains(folded)
+                && !pictures.contains(folded)) {
                 Plan.Deletes.push_back(file.Path);
             }
         }
@@ -162,12 +170,14 @@ private:
         for (const Entry& entry : Input.Records) {
             if (entry.Type == CDeviceRecord::Kind::Picture) {
                 pictures.insert(Fold(entry.Target));
-            } else if (entry.Type == CDeviceRecord::Kind::File && !deleted.contains(Fold(entry.Target))) {
+            } else if (entry.Type == CDeviceRecord::Kind::File
+                       && !deleted.contains(Fold(entry.Target))) {
                 livingFolders.insert(FolderOf(Fold(entry.Target)));
             }
         }
         for (const CDeviceFile& file : Input.Device) {
-            if (const std::string folded = Fold(file.Path); !deleted.contains(folded) && !pictures.contains(folded)) {
+            if (const std::string folded = Fold(file.Path);
+                !deleted.contains(folded) && !pictures.contains(folded)) {
                 livingFolders.insert(FolderOf(folded));
             }
         }
@@ -178,8 +188,8 @@ private:
         std::vector<std::string> going;
         for (const Entry& entry : Input.Records) {
             const std::string folder = FolderOf(Fold(entry.Target));
-            if (entry.Type == CDeviceRecord::Kind::Picture && emptied.contains(folder) && !livingFolders.contains(folder)
-                && Input.GetDeviceSize(entry.Target) >= 0) {
+            if (entry.Type == CDeviceRecord::Kind::Picture && emptied.contains(folder)
+                && !livingFolders.contains(folder) && Input.GetDeviceSize(entry.Target) >= 0) {
                 going.push_back(entry.Target);
             }
         }
@@ -192,7 +202,7 @@ private:
     std::unordered_map<std::string, const Entry*> BySource;
     std::unordered_map<std::string, const Entry*> ByTarget; ///< by folded path
     std::unordered_set<std::string> OnDevice;               ///< folded paths
-    std::unordered_set<std::string> Claimed;                ///< folded paths that an item stands for
+    std::unordered_set<std::string> Claimed; ///< folded paths that an item stands for
     std::map<std::string, std::vector<const CDeviceFile*>> Unclaimed;
 };
 

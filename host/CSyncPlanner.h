@@ -39,21 +39,24 @@ struct CSyncPlan {
     struct CKeep {
         const CSyncItem* Item = nullptr;
         std::string Target;
-        bool IsNewOwner = false; ///< the file moved in the library: its record is to name the new place
+        bool IsNewOwner =
+            false; ///< the file moved in the library: its record is to name the new place
     };
     std::vector<CSend> Sends;
     std::vector<CKeep> Keeps;
-    std::vector<std::string> Deletes;    ///< device files without a place in the library, and their folders' pictures
-    std::vector<std::string> Leftovers;  ///< the same, where the delete mode lets them stay
-    std::vector<std::string> Forgotten;  ///< record entries whose device file is gone
+    std::vector<std::string>
+        Deletes; ///< device files without a place in the library, and their folders' pictures
+    std::vector<std::string> Leftovers; ///< the same, where the delete mode lets them stay
+    std::vector<std::string> Forgotten; ///< record entries whose device file is gone
 };
 
 /// Compares a library with a device.
 ///
-/// A library file and a device file are the same item when the host's record says so, or else when their match keys are
-/// equal; each device file stands for one item. An item whose record is there is sent again when its size, match key or
-/// change key is another, when its time is (if `ResendOnDate`), or when the device file is shorter than what was sent. A
-/// file that no sync put on the device is never replaced. What the library could not read, or lies in a folder that could
+/// A library file and a device file are the same item when the host's record says so, or else when
+/// their match keys are equal; each device file stands for one item. An item whose record is there
+/// is sent again when its size, match key or change key is another, when its time is (if
+/// `ResendOnDate`), or when the device file is shorter than what was sent. A file that no sync put
+/// on the device is never replaced. What the library could not read, or lies in a folder that could
 /// not be listed, counts as still there.
 class CSyncPlanner {
 public:

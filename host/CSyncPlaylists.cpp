@@ -1,5 +1,6 @@
-#include "host/CLibraryItem.h"
 #include "host/CSync.h"
+
+#include "host/CLibraryItem.h"
 #include "host/HostText.h"
 
 #include <sys/stat.h>
@@ -42,20 +43,26 @@ void CSync::SendPlaylist(const CPlaylist& playlist) {
     }
     const CTargetPaths::CTarget target =
         Paths->ChoosePlaylist(HostStem(HostWiden(playlist.Source)), [&](const std::wstring& path) {
-            const CDeviceRecord::CEntry* record = FindRecord(CDeviceRecord::Kind::Playlist, HostNarrow(path));
+            const CDeviceRecord::CEntry* record =
+                FindRecord(CDeviceRecord::Kind::Playlist, HostNarrow(path));
             return record != nullptr && record->Source == playlist.Source;
         });
     const std::string path = HostNarrow(target.GetPath());
     if (!Session.GetRoot().IsInside(path)) {
-        AddFailure(playlist.Source, "its place on the device, " + Relative(path) + ", leads outside the device");
+        AddFailure(playlist.Source,
+                   "its place on the device, " + Relative(path) + ", leads outside the device");
         return;
     }
-    // With one of these the drive changes every line of the list: it wants bare paths from the device's root.
-    const bool isRewritten = !properties.Get(L"PlaylistPathRoot").empty() || !properties.Get(L"PlaylistPathToken").empty()
+    // With one of these the drive changes every line of the list: it wants bare paths from the
+    // device's root.
+    const bool isRewritten = !properties.Get(L"PlaylistPathRoot").empty()
+                             || !properties.Get(L"PlaylistPathToken").empty()
                              || properties.GetInt(L"PlaylistFormat") == kPLAFormat;
-    const std::string text = CPlaylistWriter::Render(
-        target.Extension, MakeEntries(playlist, !isRewritten), {HostStem(HostWiden(playlist.Source)), !isRewritten});
-    const std::string written = HostNarrow(properties.Get(L"PlaylistPathRoot") + L"\x1F" + properties.Get(L"PlaylistPathToken"))
+    const std::string text =
+        CPlaylistWriter::Render(target.Extension, MakeEntries(playlist, !isRewritten),
+                                {HostStem(HostWiden(playlist.Source)), !isRewritten});
+    const std::string written = HostNarrow(properties.Get(L"PlaylistPathRoot") + L"\x1F"
+                                           + properties.Get(L"PlaylistPathToken"))
                                 + "\x1F" + text;
     const CDeviceRecord::CEntry* known = FindRecord(CDeviceRecord::Kind::Playlist, path);
     if (known != nullptr && known->ChangeKey == written && CDeviceRoot::GetFileSize(path) >= 0) {
@@ -64,7 +71,9 @@ void CSync::SendPlaylist(const CPlaylist& playlist) {
     }
     CHandheldList list;
     std::string error = "could not be written";
-    list.Writer = [&](const std::wstring& where) { return CPlaylistWriter::Save(HostNarrow(where), text, error); };
+    list.Writer = [&](const std::wstring& where) {
+        return CPlaylistWriter::Save(HostNarrow(where), text, error);
+    };
     if (!Session.GetDevice().SendPlaylist(target.Name, list)) {
         AddFailure(playlist.Source, error);
         return;
@@ -75,16 +84,19 @@ void CSync::SendPlaylist(const CPlaylist& playlist) {
     Report.PlaylistsSent.push_back(Relative(path));
 }
 
-std::vector<CPlaylistWriter::CEntry> CSync::MakeEntries(const CPlaylist& playlist, bool relative) const {
-    const std::filesystem::path folder = HostNarrow(Session.GetProperties().GetBasePath(L"PlaylistBasePath"));
+std::vector<CPlaylistWriter::CEntry> CSync::MakeEntries(const CPlaylist& playlist,
+                                                        bool relative) const {
+    const std::filesystem::path folder =
+        HostNarrow(Session.GetProperties().GetBasePath(L"PlaylistBasePath"));
     std::vector<CPlaylistWriter::CEntry> entries;
     for (const CLibraryItem* item : playlist.Items) {
         const auto place = OnDevice.find(item);
         if (place == OnDevice.end()) {
             continue; // it failed, and was named then
         }
-        const std::string path = relative ? std::filesystem::path(place->second).lexically_relative(folder).native()
-                                          : "/" + Relative(place->second);
+        const std::string path =
+            relative ? std::filesystem::path(place->second).lexically_relative(folder).native()
+                     : "/" + Relative(place->second);
         entries.push_back({HostWiden(path), item->Fields.Get(L"Artist"), item->Fields.Get(L"Name"),
                            ToSeconds(item->Fields.Get(L"Duration"))});
     }
@@ -94,11 +106,13 @@ std::vector<CPlaylistWriter::CEntry> CSync::MakeEntries(const CPlaylist& playlis
 void CSync::DeleteLostPlaylists() {
     std::vector<std::string> lost;
     for (const CDeviceRecord::CEntry& entry : Input.Records) {
-        const bool isSent = std::any_of(Playlists.begin(), Playlists.end(), [&entry](const CPlaylist& playlist) {
-            return playlist.Source == entry.Source;
-        });
+        const bool isSent =
+            std::any_of(Playlists.begin(), Playlists.end(), [&entry](const CPlaylist& playlist) {
+                return playlist.Source == entry.Source;
+            });
         std::error_code failure;
-        if (entry.Type == CDeviceRecord::Kind::Playlist && !isSent && !std::filesystem::exists(entry.Source, failure)
+        if (entry.Type == CDeviceRecord::Kind::Playlist && !isSent
+            && !std::filesystem::exists(entry.Source, failure)
             && Session.GetRoot().IsInside(entry.Target)) {
             lost.push_back(entry.Target);
         }
@@ -115,7 +129,8 @@ void CSync::DeleteLostPlaylists() {
     }
 }
 
-const CDeviceRecord::CEntry* CSync::FindRecord(CDeviceRecord::Kind kind, const std::string& target) const {
+const CDeviceRecord::CEntry* CSync::FindRecord(CDeviceRecord::Kind kind,
+                                               const std::string& target) const {
     const auto found = RecordsByTarget.find(target);
     return found == RecordsByTarget.end() || found->second->Type != kind ? nullptr : found->second;
 }

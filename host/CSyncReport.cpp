@@ -32,7 +32,8 @@ std::string CSyncReport::ToText(bool withNames) const {
             out += "delete  " + HostPrintable(std::string_view(path)) + "\n";
         }
         for (const CSent& file : Sent) {
-            out += (file.IsReplaced ? "resend  " : "send    ") + HostPrintable(std::string_view(file.Target)) + "\n";
+            out += (file.IsReplaced ? "resend  " : "send    ")
+                   + HostPrintable(std::string_view(file.Target)) + "\n";
         }
         for (const std::string& path : PlaylistsSent) {
             out += "list    " + HostPrintable(std::string_view(path)) + "\n";
@@ -46,9 +47,11 @@ std::string CSyncReport::ToText(bool withNames) const {
     out += Line("Deleted", Deleted.size());
     out += Line("Skipped", Skipped.size());
     out += Line("Failed", Failed.size());
-    out += Line("Playlists", PlaylistsSent.size() + PlaylistsKept, std::to_string(PlaylistsSent.size()) + " written");
+    out += Line("Playlists", PlaylistsSent.size() + PlaylistsKept,
+                std::to_string(PlaylistsSent.size()) + " written");
     if (!Leftovers.empty()) {
-        out += Line("Left over", Leftovers.size(), "no longer in the library; --delete removes them");
+        out +=
+            Line("Left over", Leftovers.size(), "no longer in the library; --delete removes them");
     }
     std::array<char, 64> time{};
     std::snprintf(time.data(), time.size(), "%-10s %6.1f s\n", "Time", Seconds);
@@ -58,8 +61,10 @@ std::string CSyncReport::ToText(bool withNames) const {
 std::string CSyncReport::ToJSON() const {
     nlohmann::json sent = nlohmann::json::array();
     for (const CSent& file : Sent) {
-        sent.push_back(
-            {{"source", file.Source}, {"target", file.Target}, {"bytes", file.Bytes}, {"replaced", file.IsReplaced}});
+        sent.push_back({{"source", file.Source},
+                        {"target", file.Target},
+                        {"bytes", file.Bytes},
+                        {"replaced", file.IsReplaced}});
     }
     nlohmann::json out = {{"command", "sync"},
                           {"device", Device},

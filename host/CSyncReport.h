@@ -23,8 +23,9 @@ struct CSyncReport {
     bool IsDryRun = false;
     std::vector<CSent> Sent;
     size_t Kept = 0;
-    std::vector<std::string> Deleted;   ///< on the device, without its root
-    std::vector<std::string> Leftovers; ///< sent by an earlier sync, no longer in the library, and still there
+    std::vector<std::string> Deleted; ///< on the device, without its root
+    std::vector<std::string>
+        Leftovers; ///< sent by an earlier sync, no longer in the library, and still there
     std::vector<CNamed> Skipped;
     std::vector<CNamed> Failed;
     std::vector<std::string> PlaylistsSent;
@@ -36,7 +37,8 @@ struct CSyncReport {
     std::string Error; ///< why the sync ended early; empty when it came to its end
     ExitCode Code = kExitDone;
 
-    /// A short table for people; with `withNames` each file that goes either way, as a dry run shows it.
+    /// A short table for people; with `withNames` each file that goes either way, as a dry run
+    /// shows it.
     std::string ToText(bool withNames) const;
     /// One JSON document with a line end.
     std::string ToJSON() const;

@@ -1,6 +1,7 @@
+#include "host/CSync.h"
+
 #include "host/CInterrupt.h"
 #include "host/CLibraryItem.h"
-#include "host/CSync.h"
 #include "host/HostText.h"
 
 #include <fcntl.h>
@@ -13,7 +14,8 @@
 namespace {
 
 CDeviceRecord::CEntry MakeEntry(const CSyncItem& item, const std::string& target) {
-    return {CDeviceRecord::Kind::File, target, item.File->Path, item.File->Size, item.File->MTime, item.MatchKey, item.ChangeKey};
+    return {CDeviceRecord::Kind::File, target,        item.File->Path, item.File->Size,
+            item.File->MTime,          item.MatchKey, item.ChangeKey};
 }
 
 bool IsGone(const std::string& path) {
@@ -33,8 +35,10 @@ void CSync::RecoverUnderWay() {
         return;
     }
     // The name was free before the file was begun, so what stands there now is the host's own.
-    if (Session.GetRoot().IsInside(note->Target) && (unlink(note->Target.c_str()) == 0 || IsGone(note->Target))) {
-        Console.Message("An earlier sync was cut short at " + HostPrintable(std::string_view(Relative(note->Target)))
+    if (Session.GetRoot().IsInside(note->Target)
+        && (unlink(note->Target.c_str()) == 0 || IsGone(note->Target))) {
+        Console.Message("An earlier sync was cut short at "
+                        + HostPrintable(std::string_view(Relative(note->Target)))
                         + "; the file is sent again.");
         if (!Record.EndUnderWay(nullptr) || !Record.Remove({note->Target})) {
             RecordFailed();
@@ -87,7 +91,9 @@ void CSync::DeleteFiles() {
 }
 
 ExitCode CSync::SendFiles() {
-    Session.GetDevice().GetHost().Progress = [this](int64_t, int64_t) { return CInterrupt::IsRequested(); };
+    Session.GetDevice().GetHost().Progress = [this](int64_t, int64_t) {
+        return CInterrupt::IsRequested();
+    };
     for (const CSyncPlan::CKeep& keep : Plan.Keeps) {
         if (keep.IsNewOwner && !Record.Put(MakeEntry(*keep.Item, keep.Target))) {
             RecordFailed();
@@ -96,9 +102,13 @@ ExitCode CSync::SendFiles() {
     for (size_t index = 0; index < Jobs.size() && !CInterrupt::IsRequested(); ++index) {
         if (!Session.GetRoot().IsStillThere()) {
             IsDeviceGone = true;
-            return Fail(kExitNoDevice, "the device is gone; " + std::to_string(Jobs.size() - index) + " files were not sent");
+            return Fail(kExitNoDevice, "the device is gone; " + std::to_string(Jobs.size() - index)
+                                           + " files were not sent");
         }
         SendFile(Jobs[index], index + 1);
+    }
+    if (Finished && !Record.EndUnderWay(&*Finished)) {
+        RecordFailed();
     }
     if (!Session.GetRoot().IsStillThere()) {
         IsDeviceGone = true;
@@ -107,58 +117,77 @@ ExitCode CSync::SendFiles() {
     return kExitDone;
 }
 
-void CSync::SendFile(CJob& job, size_t number) {
+bool CSync::MaySend(const CJob& job, const std::string& target) {
     const CLibraryItem& item = *job.Send.Item->File;
-    const std::string target = HostNarrow(job.Target.GetPath());
-    if (!Session.GetRoot().IsInside(target)) {
-        AddFailure(item.Path, "its place on the device, " + Relative(target) + ", leads outside the device");
-        return;
+    const std::string folder = target.substr(0, target.rfind('/'));
+    if ((folder != FencedFolder && !Session.GetRoot().IsInside(target))
+        || CDeviceRoot::IsLink(target)) {
+        AddFailure(item.Path,
+                   "its place on the device, " + Relative(target) + ", leads outside the device");
+        return false;
     }
+    FencedFolder = folder;
     if (!job.Send.Replaces.empty() && !IsGone(job.Send.Replaces)) {
         AddFailure(item.Path, "its older copy on the device could not be deleted");
-        return;
+        return false;
     }
-    if (!Record.NoteUnderWay(item.Path, target)) {
+    if (!Record.NoteUnderWay(item.Path, target, Finished ? &*Finished : nullptr)) {
         RecordFailed();
         AddFailure(item.Path, "is not sent without a record");
+        return false;
+    }
+    Finished.reset();
+    return true;
+}
+
+void CSync::SendFile(const CJob& job, size_t number) {
+    const CLibraryItem& item = *job.Send.Item->File;
+    const std::string target = HostNarrow(job.Target.GetPath());
+    if (!MaySend(job, target)) {
         return;
     }
     const std::string picture = HostNarrow(Paths->GetPicturePath(job.Target.Folder));
-    Pictures.try_emplace(picture, HasPicture(picture));
-    const std::string shown = HostPrintable(std::wstring_view(HostName(HostWiden(item.Path))));
+    if (const auto [known, isNew] = Pictures.try_emplace(picture); isNew) {
+        known->second = CDeviceRoot::GetFileSize(picture) >= 0;
+    }
     Session.GetDevice().GetHost().Progress = [&](int64_t done, int64_t) {
-        Console.ShowTransfer(shown, number, Jobs.size(), BytesDone + done, BytesInAll);
+        Console.ShowTransfer(item.Path, number, Jobs.size(), BytesDone + done, BytesInAll);
         return CInterrupt::IsRequested();
     };
-    CHandheldUpload upload(
-        item, *Paths, Covers.get(), job.Target.Name, [&] { return Session.GetRoot().IsInside(picture); });
-    bool sent = Session.GetDevice().Upload(upload);
+    CHandheldUpload upload(item, *Paths, Covers.get(), job.Target.Name,
+                           [&] { return Session.GetRoot().IsInside(picture); });
+    const bool sent = Session.GetDevice().Upload(upload);
     const std::string path = sent ? HostNarrow(upload.GetDevicePath()) : target;
     BytesDone += item.Size;
-    std::string cause;
-    if (sent && CDeviceRoot::GetFileSize(path) < item.Size) {
+    if (!sent || CDeviceRoot::GetFileSize(path) < item.Size) {
         // A full or failing device may have taken every write and kept less.
-        sent = false;
-        cause = "arrived cut short";
-        unlink(path.c_str());
-    }
-    if (!sent) {
-        if (!CInterrupt::IsRequested()) {
-            AddFailure(item.Path, cause.empty() ? FindCause(item) : cause);
-        }
-        if (Session.GetRoot().IsStillThere() && IsGone(target) && !Record.EndUnderWay(nullptr)) {
-            RecordFailed();
-        }
+        GiveUp(job, path, sent ? "arrived cut short" : "");
         return;
     }
-    const CDeviceRecord::CEntry entry = MakeEntry(*job.Send.Item, path);
-    if (!Record.EndUnderWay(&entry)) {
-        RecordFailed();
-    }
-    NotePicture(job.Target);
+    Finished = MakeEntry(*job.Send.Item, path);
+    NotePicture(picture);
     OnDevice[&item] = path;
     Report.Sent.push_back({item.Path, Relative(path), item.Size, !job.Send.Replaces.empty()});
     Report.Bytes += item.Size;
+}
+
+void CSync::GiveUp(const CJob& job, const std::string& path, const std::string& cause) {
+    if (!CInterrupt::IsRequested()) {
+        AddFailure(job.Send.Item->File->Path,
+                   cause.empty() ? FindCause(*job.Send.Item->File) : cause);
+    }
+    if (!Session.GetRoot().IsStillThere()) {
+        return; // the note stays: what is left on the device goes when it comes back
+    }
+    if (Session.GetRoot().IsInside(path)) {
+        unlink(path.c_str());
+    }
+    // What cannot be taken away now is entered in a state that every later sync replaces.
+    CDeviceRecord::CEntry rest = MakeEntry(*job.Send.Item, path);
+    rest.Size = -1;
+    if (!Record.EndUnderWay(IsGone(path) ? nullptr : &rest)) {
+        RecordFailed();
+    }
 }
 
 std::string CSync::FindCause(const CLibraryItem& item) const {
@@ -177,7 +206,8 @@ std::string CSync::FindCause(const CLibraryItem& item) const {
     }
     uint64_t total = 0;
     uint64_t available = 0;
-    if (Session.GetDevice().GetSpace(total, available) && available < static_cast<uint64_t>(item.Size)) {
+    if (Session.GetDevice().GetSpace(total, available)
+        && available < static_cast<uint64_t>(item.Size)) {
         return "not enough space on the device";
     }
     if (CDeviceRoot::GetFileSize(item.Path) == 0) {
@@ -186,17 +216,12 @@ std::string CSync::FindCause(const CLibraryItem& item) const {
     return "could not be read or written to its end";
 }
 
-bool CSync::HasPicture(const std::string& path) const {
-    return CDeviceRoot::GetFileSize(path) >= 0;
-}
-
-void CSync::NotePicture(const CTargetPaths::CTarget& target) {
-    const std::string path = HostNarrow(Paths->GetPicturePath(target.Folder));
-    bool& known = Pictures[path];
-    if (known || !HasPicture(path)) {
+void CSync::NotePicture(const std::string& path) {
+    bool& isKnown = Pictures[path];
+    if (isKnown || CDeviceRoot::GetFileSize(path) < 0) {
         return;
     }
-    known = true;
+    isKnown = true;
     if (!Record.Put({CDeviceRecord::Kind::Picture, path, {}, 0, 0, {}, {}})) {
         RecordFailed();
     }

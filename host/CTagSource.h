@@ -12,11 +12,13 @@ class IVnTagReader;
 class ITagSource {
 public:
     virtual ~ITagSource() = default;
-    /// The fields that the file itself tells, in `fields`. False when the file cannot be read as media.
+    /// The fields that the file itself tells, in `fields`. False when the file cannot be read as
+    /// media.
     virtual bool Read(const std::string& path, CMediaFields& fields) = 0;
 };
 
-/// The tag reader of the tools module, made at the first file. Without that module no file can be read.
+/// The tag reader of the tools module, made at the first file. Without that module no file can be
+/// read.
 class CTagSource final : public ITagSource {
 public:
     CTagSource();

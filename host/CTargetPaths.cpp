@@ -20,7 +20,8 @@ size_t ByteCount(std::wstring_view text) {
 
 std::wstring CleanFolder(const std::wstring& folder) {
     VnString text(folder.c_str());
-    VnFileSystem::CleanPathName(text, /*cleanSegments=*/true, L'_', /*limitLength=*/true, /*keepDots=*/false);
+    VnFileSystem::CleanPathName(text, /*cleanSegments=*/true, L'_', /*limitLength=*/true,
+                                /*keepDots=*/false);
     return HostText(text);
 }
 
@@ -37,8 +38,12 @@ std::wstring WithoutLeadingDots(std::wstring path) {
 
 } // namespace
 
-CTargetPaths::CTargetPaths(const CDeviceProperties& properties, std::function<bool(const std::wstring&)> exists)
-    : Properties(properties), Root(properties.Get(L"DrivePath")), Exists(std::move(exists)) {}
+CTargetPaths::CTargetPaths(const CDeviceProperties& properties,
+                           std::function<bool(const std::wstring&)> exists)
+    : Properties(properties)
+    , Root(properties.Get(L"DrivePath"))
+    , Exists(std::move(exists)) {
+}
 
 void CTargetPaths::Take(std::wstring_view path) {
     Taken.insert(HostFold(path));
@@ -52,10 +57,12 @@ bool CTargetPaths::IsTaken(const std::wstring& path) const {
     return Taken.contains(HostFold(path)) || Exists(path);
 }
 
-std::wstring CTargetPaths::Evaluate(std::wstring_view expression, const IExpressionItem& item, size_t reserved) {
+std::wstring
+CTargetPaths::Evaluate(std::wstring_view expression, const IExpressionItem& item, size_t reserved) {
     const size_t literal = expression.starts_with(Root) ? Root.size() : 0;
     std::wstring path(expression.substr(0, literal));
-    path += Expressions.Get(expression.substr(literal)).Evaluate(item, CExpression::Mode::Path, reserved);
+    path += Expressions.Get(expression.substr(literal))
+                .Evaluate(item, CExpression::Mode::Path, reserved);
     return path;
 }
 
@@ -102,8 +109,11 @@ std::wstring CTargetPaths::GetFolder(const CLibraryItem& item) {
     const std::wstring& type = item.Fields.Get(L"Media Type");
     const wchar_t* key = L"DataBasePath";
     if (type == L"Audio") {
-        // The name alone tells an audio book of this kind: three characters and something ahead of them.
-        const bool isAudible = item.Path.size() >= 4 && HostEqualsNoCase(HostWiden(item.Path.substr(item.Path.size() - 3)), L".aa");
+        // The name alone tells an audio book of this kind: three characters and something ahead of
+        // them.
+        const bool isAudible =
+            item.Path.size() >= 4
+            && HostEqualsNoCase(HostWiden(item.Path.substr(item.Path.size() - 3)), L".aa");
         key = isAudible ? L"AudibleBasePath" : L"AudioBasePath";
     } else if (type == L"Video") {
         key = L"VideoBasePath";
@@ -112,7 +122,8 @@ std::wstring CTargetPaths::GetFolder(const CLibraryItem& item) {
     }
     std::wstring folder = Evaluate(Properties.GetBasePath(key), item);
     // Players of this kind show films from their video folder only.
-    if (Properties.GetBasePath(L"AudioBasePath").find(L"PSP") != std::wstring::npos && item.Fields.Get(L"File Type") == L"mp4") {
+    if (Properties.GetBasePath(L"AudioBasePath").find(L"PSP") != std::wstring::npos
+        && item.Fields.Get(L"File Type") == L"mp4") {
         folder = Properties.GetBasePath(L"VideoBasePath");
     }
     if (!folder.ends_with(L'/')) {
@@ -133,7 +144,9 @@ CTargetPaths::CTarget CTargetPaths::Choose(const CLibraryItem& item) {
         target.Name[start] = L'_'; // a hidden name would never be found again
     }
     if (Properties.GetInt(L"IsAndroid") != 0) {
-        target.Folder = Root + WithoutLeadingDots(target.Folder.substr(std::min(Root.size(), target.Folder.size())));
+        target.Folder =
+            Root
+            + WithoutLeadingDots(target.Folder.substr(std::min(Root.size(), target.Folder.size())));
         target.Name = WithoutLeadingDots(target.Name);
     }
     NumberName(target, [this](const std::wstring& path) { return !IsTaken(path); });
@@ -141,8 +154,9 @@ CTargetPaths::CTarget CTargetPaths::Choose(const CLibraryItem& item) {
     return target;
 }
 
-CTargetPaths::CTarget CTargetPaths::ChoosePlaylist(std::wstring_view name,
-                                                   const std::function<bool(const std::wstring&)>& mayReplace) {
+CTargetPaths::CTarget
+CTargetPaths::ChoosePlaylist(std::wstring_view name,
+                             const std::function<bool(const std::wstring&)>& mayReplace) {
     CTarget target;
     target.Folder = Properties.GetBasePath(L"PlaylistBasePath");
     target.Extension = GetPlaylistExtension(Properties.GetInt(L"PlaylistFormat"));
@@ -159,12 +173,14 @@ CTargetPaths::CTarget CTargetPaths::ChoosePlaylist(std::wstring_view name,
     return target;
 }
 
-void CTargetPaths::NumberName(CTarget& target, const std::function<bool(const std::wstring&)>& isFree) {
+void CTargetPaths::NumberName(CTarget& target,
+                              const std::function<bool(const std::wstring&)>& isFree) {
     const std::wstring folder(HostFolder(target.Name));
     const std::wstring name(HostName(target.Name));
     for (int number = 1; !isFree(target.GetPath()); ++number) {
         const std::wstring suffix = L" (" + std::to_wstring(number) + L")";
-        const size_t room = CPathCleaner::kLongestName - ByteCount(target.Extension) - 1 - suffix.size();
+        const size_t room =
+            CPathCleaner::kLongestName - ByteCount(target.Extension) - 1 - suffix.size();
         target.Name = folder + CPathCleaner::Cut(name, room) + suffix;
     }
 }

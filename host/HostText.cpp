@@ -2,12 +2,13 @@
 
 #include "core/VnString.h"
 
-#include <cstring>
-#include <cwctype>
 #include <locale.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstring>
+#include <cwctype>
 
 namespace {
 
@@ -35,6 +36,21 @@ void AppendUTF8(std::string& out, char32_t ch) {
     }
 }
 
+/// Printable ASCII, which is one byte in every form.
+template<typename CHARACTER>
+bool IsPlain(CHARACTER ch) {
+    return ch >= 0x20 && ch < 0x7F;
+}
+
+/// Puts the plain characters at the start of `text` into `out`, which has room for all of it; their
+/// number.
+size_t TakePlain(std::wstring_view text, std::string& out) {
+    const auto end = std::find_if_not(text.begin(), text.end(), IsPlain<wchar_t>);
+    out.reserve(text.size());
+    out.assign(text.begin(), end);
+    return static_cast<size_t>(end - text.begin());
+}
+
 bool IsUnicode(wchar_t ch) {
     const auto code = static_cast<char32_t>(ch);
     return code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
@@ -58,8 +74,7 @@ std::wstring HostWiden(std::string_view bytes) {
 
 std::string HostNarrow(std::wstring_view text) {
     std::string out;
-    out.reserve(text.size());
-    for (const wchar_t ch : text) {
+    for (const wchar_t ch : text.substr(TakePlain(text, out))) {
         if (IsRawByte(ch)) {
             out += static_cast<char>(ch - kByteBase);
         } else if (IsUnicode(ch)) {
@@ -96,13 +111,15 @@ bool HostEqualsNoCase(std::wstring_view left, std::wstring_view right) {
 }
 
 std::string HostPrintable(std::string_view bytes) {
+    if (std::all_of(bytes.begin(), bytes.end(), IsPlain<char>)) {
+        return std::string(bytes);
+    }
     return HostPrintable(std::wstring_view(HostWiden(bytes)));
 }
 
 std::string HostPrintable(std::wstring_view text) {
     std::string out;
-    out.reserve(text.size());
-    for (const wchar_t ch : text) {
+    for (const wchar_t ch : text.substr(TakePlain(text, out))) {
         std::array<char, 12> escape{};
         if (ch == L'\n') {
             out += "\\n";
@@ -111,7 +128,8 @@ std::string HostPrintable(std::wstring_view text) {
         } else if (ch == L'\t') {
             out += "\\t";
         } else if (IsRawByte(ch)) {
-            std::snprintf(escape.data(), escape.size(), "\\x%02X", static_cast<unsigned>(ch - kByteBase));
+            std::snprintf(escape.data(), escape.size(), "\\x%02X",
+                          static_cast<unsigned>(ch - kByteBase));
             out += escape.data();
         } else if (static_cast<uint32_t>(ch) < 0x20 || (ch >= 0x7F && ch < 0xA0)) {
             std::snprintf(escape.data(), escape.size(), "\\x%02X", static_cast<unsigned>(ch));
@@ -153,17 +171,11 @@ std::string HostFormatSeconds(double seconds) {
     const auto whole = static_cast<int64_t>(seconds < 0 ? 0 : seconds + 0.5);
     std::array<char, 48> text{};
     if (whole >= 3600) {
-        std::snprintf(text.data(),
-                      text.size(),
-                      "%lld:%02lld:%02lld",
-                      static_cast<long long>(whole / 3600),
-                      static_cast<long long>(whole / 60 % 60),
+        std::snprintf(text.data(), text.size(), "%lld:%02lld:%02lld",
+                      static_cast<long long>(whole / 3600), static_cast<long long>(whole / 60 % 60),
                       static_cast<long long>(whole % 60));
     } else {
-        std::snprintf(text.data(),
-                      text.size(),
-                      "%lld:%02lld",
-                      static_cast<long long>(whole / 60),
+        std::snprintf(text.data(), text.size(), "%lld:%02lld", static_cast<long long>(whole / 60),
                       static_cast<long long>(whole % 60));
     }
     return text.data();
@@ -175,7 +187,8 @@ std::vector<std::wstring> HostSplit(std::wstring_view text, wchar_t separator) {
         return pieces;
     }
     size_t start = 0;
-    for (size_t end = text.find(separator); end != std::wstring_view::npos; end = text.find(separator, start)) {
+    for (size_t end = text.find(separator); end != std::wstring_view::npos;
+         end = text.find(separator, start)) {
         pieces.emplace_back(text.substr(start, end - start));
         start = end + 1;
     }
@@ -195,7 +208,8 @@ std::wstring_view HostTrim(std::wstring_view text) {
 std::wstring HostExtension(std::wstring_view path) {
     const std::wstring_view name = HostName(path);
     const size_t dot = name.rfind(L'.');
-    return dot == std::wstring_view::npos || dot == 0 ? std::wstring() : HostFold(name.substr(dot + 1));
+    return dot == std::wstring_view::npos || dot == 0 ? std::wstring()
+                                                      : HostFold(name.substr(dot + 1));
 }
 
 std::wstring HostStem(std::wstring_view path) {
@@ -212,6 +226,16 @@ std::wstring_view HostName(std::wstring_view path) {
 std::wstring_view HostFolder(std::wstring_view path) {
     const size_t slash = path.rfind(L'/');
     return slash == std::wstring_view::npos ? std::wstring_view() : path.substr(0, slash + 1);
+}
+
+std::string HostHash(std::string_view text) {
+    uint64_t hash = 0xCBF29CE484222325U;
+    for (const char ch : text) {
+        hash = (hash ^ static_cast<unsigned char>(ch)) * 0x100000001B3U;
+    }
+    std::array<char, 17> digits{};
+    std::snprintf(digits.data(), digits.size(), "%016llx", static_cast<unsigned long long>(hash));
+    return digits.data();
 }
 
 std::string HostErrorText(int error) {

@@ -15,8 +15,9 @@
 
 namespace {
 
-constexpr const char* kFooter = "Exit codes: 0 all done, 2 wrong usage, 3 device missing or not writable, 4 not enough space,\n"
-                                "6 finished with some files failed, 130 cancelled, 1 anything else.";
+constexpr const char* kFooter =
+    "Exit codes: 0 all done, 2 wrong usage, 3 device missing or not writable, 4 not enough space,\n"
+    "6 finished with some files failed, 130 cancelled, 1 anything else.";
 
 /// What the command line can say; each command looks at its own part.
 struct CArguments {
@@ -74,86 +75,118 @@ private:
         return added;
     }
 
-    CLI::App* AddDeviceCommand(const char* name, const char* description, std::function<ExitCode(CDeviceCommands&)> command) {
-        CLI::App* added = AddCommand(name, description, [this, command = std::move(command)](CConsole& console) {
-            CDeviceCommands commands(console, Arguments.Device, Arguments.Settings);
-            return command(commands);
-        });
-        added->add_option("-d,--device", Arguments.Device, "Folder that the device is mounted at")->required();
-        added->add_option("--set", Arguments.Settings, "Override a device property")->type_name("KEY=VALUE")->allow_extra_args(false);
+    CLI::App* AddDeviceCommand(const char* name,
+                               const char* description,
+                               std::function<ExitCode(CDeviceCommands&)> command) {
+        CLI::App* added =
+            AddCommand(name, description, [this, command = std::move(command)](CConsole& console) {
+                CDeviceCommands commands(console, Arguments.Device, Arguments.Settings);
+                return command(commands);
+            });
+        added->add_option("-d,--device", Arguments.Device, "Folder that the device is mounted at")
+            ->required();
+        added->add_option("--set", Arguments.Settings, "Override a device property")
+            ->type_name("KEY=VALUE")
+            ->allow_extra_args(false);
         added->add_flag("--json", Arguments.JSON, "Print one JSON document");
         return added;
     }
 
     void AddSync() {
-        CLI::App* sync = AddCommand("sync", "Make a device hold what a library holds", [this](CConsole& console) {
-            Arguments.Sync.Delete = Arguments.DeleteWhat.empty()    ? DeleteMode::None
-                                    : Arguments.DeleteWhat == "all" ? DeleteMode::All
-                                                                    : DeleteMode::Own;
-            return CSync(Arguments.Sync, console).Run();
-        });
-        sync->add_option("-l,--library", Arguments.Sync.Libraries, "Folder of the library; may be given several times")
+        CLI::App* sync = AddCommand(
+            "sync", "Make a device hold what a library holds", [this](CConsole& console) {
+                Arguments.Sync.Delete = Arguments.DeleteWhat.empty()    ? DeleteMode::None
+                                        : Arguments.DeleteWhat == "all" ? DeleteMode::All
+                                                                        : DeleteMode::Own;
+                return CSync(Arguments.Sync, console).Run();
+            });
+        sync->add_option("-l,--library", Arguments.Sync.Libraries,
+                         "Folder of the library; may be given several times")
             ->required()
             ->check(CLI::ExistingDirectory)
             ->type_name("DIR");
-        sync->add_option("-d,--device", Arguments.Sync.Device, "Folder that the device is mounted at")->required()->type_name("DIR");
-        sync->add_option("-p,--playlist", Arguments.Sync.Playlists, "m3u or m3u8 file of the library to send as a playlist")
+        sync->add_option("-d,--device", Arguments.Sync.Device,
+                         "Folder that the device is mounted at")
+            ->required()
+            ->type_name("DIR");
+        sync->add_option("-p,--playlist", Arguments.Sync.Playlists,
+                         "m3u or m3u8 file of the library to send as a playlist")
             ->check(CLI::ExistingFile)
             ->type_name("FILE");
-        sync->add_option("--set", Arguments.Sync.Settings, "Override a device property")->type_name("KEY=VALUE")->allow_extra_args(false);
-        sync->add_option("--delete",
-                         Arguments.DeleteWhat,
-                         "Remove from the device what earlier syncs put there and the library no longer has; --delete=all "
-                         "removes every file that the library does not have")
+        sync->add_option("--set", Arguments.Sync.Settings, "Override a device property")
+            ->type_name("KEY=VALUE")
+            ->allow_extra_args(false);
+        sync->add_option(
+                "--delete", Arguments.DeleteWhat,
+                "Remove from the device what earlier syncs put there and the library no longer has; --delete=all "
+                "removes every file that the library does not have")
             ->expected(0, 1)
             ->default_str("own")
             ->check(CLI::IsMember({"own", "all"}))
             ->type_name("[=all]");
-        sync->add_flag("-n,--dry-run", Arguments.Sync.IsDryRun, "Print the plan and change nothing on the device");
+        sync->add_flag("-n,--dry-run", Arguments.Sync.IsDryRun,
+                       "Print the plan and change nothing on the device");
         sync->add_flag("--json", Arguments.JSON, "Print one JSON document");
     }
 
     void AddReading() {
-        AddDeviceCommand("scan", "List the files on a device, one a line: path, type, artist, album, name", [](CDeviceCommands& commands) {
-            return commands.Scan();
-        });
-        AddDeviceCommand("playlists", "List the playlists on a device, or the files of one", [this](CDeviceCommands& commands) {
-            return commands.ListPlaylists(Arguments.Playlist);
-        })->add_option("NAME", Arguments.Playlist, "Playlist whose files are listed");
-        AddDeviceCommand("space", "Show the space on a device, in bytes", [](CDeviceCommands& commands) { return commands.ShowSpace(); });
+        AddDeviceCommand("scan",
+                         "List the files on a device, one a line: path, type, artist, album, name",
+                         [](CDeviceCommands& commands) { return commands.Scan(); });
+        AddDeviceCommand("playlists", "List the playlists on a device, or the files of one",
+                         [this](CDeviceCommands& commands) {
+                             return commands.ListPlaylists(Arguments.Playlist);
+                         })
+            ->add_option("NAME", Arguments.Playlist, "Playlist whose files are listed");
+        AddDeviceCommand("space", "Show the space on a device, in bytes",
+                         [](CDeviceCommands& commands) { return commands.ShowSpace(); });
     }
 
     void AddChanging() {
-        AddDeviceCommand("delete", "Delete files from a device", [this](CDeviceCommands& commands) {
-            return commands.Delete(Arguments.Paths);
-        })->add_option("PATH", Arguments.Paths, "Files, or folders with all their files, on the device")->required();
-        CLI::App* menu = AddDeviceCommand("menu", "List the menu of a device or of a place on it, or run an entry", [this](CDeviceCommands& commands) {
-            return commands.HandleMenu(Arguments.Location, Arguments.Entry, Arguments.Yes);
-        });
-        menu->add_option("LOCATION", Arguments.Location, "Folder or playlist on the device; the device itself when left out");
-        menu->add_option("--run", Arguments.Entry, "Run the entry with this number")->type_name("ID");
+        AddDeviceCommand(
+            "delete", "Delete files from a device",
+            [this](CDeviceCommands& commands) { return commands.Delete(Arguments.Paths); })
+            ->add_option("PATH", Arguments.Paths,
+                         "Files, or folders with all their files, on the device")
+            ->required();
+        CLI::App* menu = AddDeviceCommand(
+            "menu", "List the menu of a device or of a place on it, or run an entry",
+            [this](CDeviceCommands& commands) {
+                return commands.HandleMenu(Arguments.Location, Arguments.Entry, Arguments.Yes);
+            });
+        menu->add_option("LOCATION", Arguments.Location,
+                         "Folder or playlist on the device; the device itself when left out");
+        menu->add_option("--run", Arguments.Entry, "Run the entry with this number")
+            ->type_name("ID");
         menu->add_flag("-y,--yes", Arguments.Yes, "Answer every question with yes");
-        AddDeviceCommand("rebuild", "Make the device's database anew from its files", [](CDeviceCommands& commands) {
-            return commands.Rebuild();
-        });
+        AddDeviceCommand("rebuild", "Make the device's database anew from its files",
+                         [](CDeviceCommands& commands) { return commands.Rebuild(); });
     }
 
     void AddOthers() {
         for (const bool remove : {false, true}) {
-            AddCommand(remove ? "unregister" : "register",
-                       remove ? "Take the plug-in out of the settings" : "Enter the plug-in into the settings",
-                       [remove](CConsole& console) { return CDeviceCommands::Register(console, remove); })
+            AddCommand(
+                remove ? "unregister" : "register",
+                remove ? "Take the plug-in out of the settings"
+                       : "Enter the plug-in into the settings",
+                [remove](CConsole& console) { return CDeviceCommands::Register(console, remove); })
                 ->add_flag("--json", Arguments.JSON, "Print one JSON document");
         }
-        CLI::App* demo = AddCommand("demo", "Make a sample library and sync it to a folder, twice", [this](CConsole& console) {
-            CDemo made(console);
-            if (Arguments.LibraryOnly) {
-                return made.MakeLibrary(Arguments.Folder.empty() ? "." : Arguments.Folder) ? kExitDone : kExitFailure;
-            }
-            return made.Run(Arguments.Folder);
-        });
-        demo->add_option("FOLDER", Arguments.Folder, "Folder to work in; below the user's data when left out");
-        demo->add_flag("--library-only", Arguments.LibraryOnly, "Make the sample library in FOLDER and end there");
+        CLI::App* demo = AddCommand(
+            "demo", "Make a sample library and sync it to a folder, twice",
+            [this](CConsole& console) {
+                CDemo made(console);
+                if (Arguments.LibraryOnly) {
+                    return made.MakeLibrary(Arguments.Folder.empty() ? "." : Arguments.Folder)
+                               ? kExitDone
+                               : kExitFailure;
+                }
+                return made.Run(Arguments.Folder);
+            });
+        demo->add_option("FOLDER", Arguments.Folder,
+                         "Folder to work in; below the user's data when left out");
+        demo->add_flag("--library-only", Arguments.LibraryOnly,
+                       "Make the sample library in FOLDER and end there");
     }
 
     CLI::App App;

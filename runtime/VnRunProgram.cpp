@@ -115,7 +115,9 @@ class DirectoryRestorer {
 public:
     DirectoryRestorer() : Descriptor(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
     DirectoryRestorer(const DirectoryRestorer&) = delete;
+    DirectoryRestorer(DirectoryRestorer&&) = delete;
     DirectoryRestorer& operator=(const DirectoryRestorer&) = delete;
+    DirectoryRestorer& operator=(DirectoryRestorer&&) = delete;
     ~DirectoryRestorer() {
         if (Descriptor >= 0) {
             if (fchdir(Descriptor) != 0) {
@@ -182,24 +184,23 @@ bool OpenWith(const VnString& application, const VnString& target, int32_t* code
 }
 
 void SplitCommandLine(const VnString& text, VnString& program, VnString& arguments) {
-    const VnString line = text; // the outputs may be the input
-    program = line;
-    arguments.Empty();
-    if (line.StartsWith(L'"')) {
-        program = line.Mid(1);
-        const int32_t quote = program.Find(L'"');
+    // Built aside, since the outputs may be the input.
+    VnString head = text;
+    VnString rest;
+    if (text.StartsWith(L'"')) {
+        head.RemoveLeft(1);
+        const int32_t quote = head.Find(L'"');
         if (quote >= 0) {
-            arguments = program.Mid(quote + 1);
-            arguments.TrimLeft(L' ');
-            program = program.Left(quote);
+            rest = head.Mid(quote + 1);
+            rest.TrimLeft(L' ');
+            head = head.Left(quote);
         }
-        return;
+    } else if (const int32_t blank = text.Find(L' '); blank >= 0) {
+        head = text.Left(blank);
+        rest = text.Mid(blank + 1);
     }
-    const int32_t blank = line.Find(L' ');
-    if (blank >= 0) {
-        program = line.Left(blank);
-        arguments = line.Mid(blank + 1);
-    }
+    program = head;
+    arguments = rest;
 }
 
 bool RegisterModule(const VnString& path, bool registerIt) {

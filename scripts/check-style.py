@@ -21,7 +21,7 @@ LAYERS = [
     r"core/Vn(ArrayBase|CoreArray|Array|NumberArray|OwnedPtrArray|OwnedChildren|StringArray)\.h",
     r"data/CBlockDataContainer\.h",
     r"core/.*\.h",
-    r"runtime/Vn(Timer|Shared|LoadLibrary|SiblingModules|Translation|SettingsKey).*\.h",
+    r"runtime/Vn(Timer|Shared|LoadLibrary|SiblingModule|Translation|SettingsKey).*\.h",
     r"runtime/Vn(Log|Thread|QSort).*\.h",
     r"runtime/.*\.h",
     r"text/VnXML.*\.h",

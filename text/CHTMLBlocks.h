@@ -1,12 +1,12 @@
 #pragma once
 
+#include "core/VnString.h"
+
 #include <cstdint>
 #include <vector>
 
-#include "core/VnString.h"
-
-/// The blocks of an HTML text: where one begins that also ends. Found in two passes over the text, however many
-/// starts there are without an end.
+/// The blocks of an HTML text: where one begins that also ends. Found in two passes over the text,
+/// however many starts there are without an end.
 class CHTMLBlocks {
 public:
     struct CBlock {
@@ -17,8 +17,8 @@ public:
 
     explicit CHTMLBlocks(const VnString& text);
 
-    /// The first block at or behind `start` that ends no later than `limit`. Calls must move forward: what lies
-    /// ahead of an earlier `start` is not looked at again.
+    /// The first block at or behind `start` that ends no later than `limit`. Calls must move
+    /// forward: what lies ahead of an earlier `start` is not looked at again.
     bool FindNext(int32_t start, int32_t limit, CBlock& block);
 
     /// Whether a block of that type has a start item with children.

@@ -8,7 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
-/// The item behind `item` in document order, but none outside the items below `top`; null at the end.
+/// The item behind `item` in document order, but none outside the items below `top`; null at the
+/// end.
 CHTMLTree::CItem* CHTMLTree::Step(const CItem* item, const CItem* top) {
     if (item->GetChildCount() > 0) {
         return item->GetChild(0);
@@ -53,18 +54,14 @@ bool CHTMLTree::Parse(const VnString& text) {
             open.pop_back();
             at = current.End;
             if (!open.empty()) {
-                Add(open.back().Start,
-                    current.Start->Type,
-                    text.Mid(current.ContentEnd, current.End - current.ContentEnd),
-                    kEnd);
+                Add(open.back().Start, current.Start->Type,
+                    text.Mid(current.ContentEnd, current.End - current.ContentEnd), kEnd);
             }
         } else if (CHTMLBlocks::HasContent(block.Type)) {
             const int32_t contentStart = text.Find(L'>', block.Start) + 1;
             const int32_t lastTag = text.ReverseFind(L'<', block.End - 1);
-            CItem* const start = Add(current.Start,
-                                     block.Type,
-                                     text.Mid(block.Start, contentStart - block.Start),
-                                     kStart);
+            CItem* const start = Add(current.Start, block.Type,
+                                     text.Mid(block.Start, contentStart - block.Start), kStart);
             open.push_back({start, lastTag < contentStart ? block.End : lastTag, block.End});
             at = contentStart;
         } else {
@@ -143,8 +140,8 @@ bool CHTMLTree::HasVisibleText(const CItem* item, bool recursive) const {
 }
 
 void CHTMLTree::HideEmptyDivs() {
-    // All items above visible text, found in one pass: asking each div for itself would walk a deep tree
-    // again at every level.
+    // All items above visible text, found in one pass: asking each div for itself would walk a deep
+    // tree again at every level.
     std::unordered_set<const CItem*> filled;
     for (CItem* item = &Root; item != nullptr; item = Step(item, &Root)) {
         if (HasVisibleText(item, /*recursive=*/false)) {
@@ -169,8 +166,10 @@ void CHTMLTree::GetNames(const CItem* item, int32_t type, VnStringArray& names, 
         if (item->Type != type || (item->Flags & kStart) == 0) {
             continue;
         }
-        const std::wstring_view text(item->Text.GetText(), static_cast<size_t>(item->Text.GetLength()));
-        for (const std::wstring_view attribute : {std::wstring_view(L"id=\""), std::wstring_view(L"class=\"")}) {
+        const std::wstring_view text(item->Text.GetText(),
+                                     static_cast<size_t>(item->Text.GetLength()));
+        for (const std::wstring_view attribute :
+             {std::wstring_view(L"id=\""), std::wstring_view(L"class=\"")}) {
             const int32_t hit = VnStringDetail::FindIn(text, attribute, 0, /*caseFlag=*/false);
             if (hit < 0) {
                 continue;

@@ -1,23 +1,24 @@
 #pragma once
 
-#include <cstdint>
-
 #include "core/VnArray.h"
 #include "core/VnOwnedChildren.h"
 #include "core/VnString.h"
+
+#include <cstdint>
 
 class VnStringArray;
 
 /// Cuts an HTML text into a shallow tree of blocks, to read, hide or remove some of them.
 ///
-/// This is no HTML parser: only the blocks of ItemTypes are known, by the beginning of their tag's name and in
-/// any letter case, and everything else is plain text. Every character of the text stays in exactly one item,
-/// so that the items in document order give the text back. A block of kDiv, kForm, kRow or kCell has a start
-/// item, which holds its content as children, and an end item, which is the start item's next sibling; a
-/// block of another type is one item without children. A start without an end is plain text.
+/// This is no HTML parser: only the blocks of ItemTypes are known, by the beginning of their tag's
+/// name and in any letter case, and everything else is plain text. Every character of the text
+/// stays in exactly one item, so that the items in document order give the text back. A block of
+/// kDiv, kForm, kRow or kCell has a start item, which holds its content as children, and an end
+/// item, which is the start item's next sibling; a block of another type is one item without
+/// children. A start without an end is plain text.
 ///
-/// The tree owns its items; pointers to them live until the next Parse or Clear, or their removal. For one
-/// thread at a time.
+/// The tree owns its items; pointers to them live until the next Parse or Clear, or their removal.
+/// For one thread at a time.
 class CHTMLTree {
 public:
     enum ItemTypes : int32_t {
@@ -44,13 +45,15 @@ public:
     public:
         CItem() = default;
         CItem(int32_t type, const VnString& text, uint32_t flags)
-            : Type(type), Text(text), Flags(flags) {}
+            : Type(type)
+            , Text(text)
+            , Flags(flags) {}
         CItem(const CItem&) = delete;
         CItem& operator=(const CItem&) = delete;
         virtual ~CItem() = default;
 
-        /// The item's text if `own`, then that of all below it if `children`, then that of the next sibling if
-        /// `following`. Hidden items count as well.
+        /// The item's text if `own`, then that of all below it if `children`, then that of the next
+        /// sibling if `following`. Hidden items count as well.
         VnString GetHTML(bool own, bool children, bool following) const;
 
         CItem* Parent = nullptr;   ///< null for the root
@@ -78,25 +81,28 @@ public:
 
     /// The item behind `item` in document order, null being ahead of the root; null at the end.
     CItem* NextItem(CItem* item) { return item == nullptr ? &Root : Step(item, nullptr); }
-    /// The texts of all items that are not hidden. Children of a hidden item count by their own flag.
+    /// The texts of all items that are not hidden. Children of a hidden item count by their own
+    /// flag.
     VnString GetVisibleText() const;
-    /// Shows or hides an item, with its end item, and with `recursive` all below it. Null does nothing.
+    /// Shows or hides an item, with its end item, and with `recursive` all below it. Null does
+    /// nothing.
     void SetVisible(CItem* item, bool visible, bool recursive);
-    /// Whether an item is plain text that is not hidden and not empty, or with `recursive` has such an item
-    /// below it. White space counts as text.
+    /// Whether an item is plain text that is not hidden and not empty, or with `recursive` has such
+    /// an item below it. White space counts as text.
     bool HasVisibleText(const CItem* item, bool recursive) const;
     /// Hides every div without visible text, with its end item and all below it.
     void HideEmptyDivs();
-    /// Appends to `names` the words of the id and then of the class of a start item of that type; with
-    /// `ascend` those of the items above it as well. Other items have none.
+    /// Appends to `names` the words of the id and then of the class of a start item of that type;
+    /// with `ascend` those of the items above it as well. Other items have none.
     void GetNames(const CItem* item, int32_t type, VnStringArray& names, bool ascend) const;
-    /// Fills `items` with the start items of a type that have the name, in any letter case, or with `partial` a
-    /// name that contains it; an empty name takes all. True when there was one.
+    /// Fills `items` with the start items of a type that have the name, in any letter case, or with
+    /// `partial` a name that contains it; an empty name takes all. True when there was one.
     bool FindItems(int32_t type, const wchar_t* name, bool partial, CItemArray& items);
     /// The text inside the first div of that name; empty when there is none.
     VnString GetDivContent(const wchar_t* name);
-    /// Deletes the start items, with all below them, of every div that has a name which contains `name`; an
-    /// empty name takes all. Their end items stay. The siblings around a removed item are linked.
+    /// Deletes the start items, with all below them, of every div that has a name which contains
+    /// `name`; an empty name takes all. Their end items stay. The siblings around a removed item
+    /// are linked.
     void RemoveDivs(const wchar_t* name);
 
 private:

@@ -6,11 +6,14 @@
 
 namespace {
 
-/// One pass over a text. Open objects and arrays are on a stack of its own, so that the nesting is only limited
-/// by memory.
+/// One pass over a text. Open objects and arrays are on a stack of its own, so that the nesting is
+/// only limited by memory.
 class CReader {
 public:
-    explicit CReader(const VnString& text) : Text(text), At(text.GetText()), End(At + text.GetLength()) {}
+    explicit CReader(const VnString& text)
+        : Text(text)
+        , At(text.GetText())
+        , End(At + text.GetLength()) {}
 
     /// Reads the object at the first "{" into `root`.
     void Read(CParseJSON::CNode& root) {

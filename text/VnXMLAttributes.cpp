@@ -11,9 +11,10 @@ struct VnXMLDocument::CAttribute {
     int32_t NameLength = 0;
     int32_t Value = 0; ///< without its quotes
     int32_t ValueLength = 0;
-    int32_t Ahead = 0;      ///< end of the word ahead: the attribute with its white space starts here
+    int32_t Ahead = 0; ///< end of the word ahead: the attribute with its white space starts here
     int32_t ValueStart = 0; ///< with its quotes
-    int32_t End = 0;        ///< behind the value; when not found, behind the last attribute or the tag name
+    int32_t End =
+        0; ///< behind the value; when not found, behind the last attribute or the tag name
 };
 
 namespace {
@@ -46,7 +47,8 @@ struct CWord {
         }
         Start = at;
         End = at;
-        while (asValue ? *End != 0 && *End != L'>' && !VnXMLScanner::IsWhiteSpace(*End) : !EndsWord(*End)) {
+        while (asValue ? *End != 0 && *End != L'>' && !VnXMLScanner::IsWhiteSpace(*End)
+                       : !EndsWord(*End)) {
             ++End;
         }
         Length = static_cast<int32_t>(End - Start);
@@ -67,8 +69,8 @@ int32_t VnXMLDocument::GetTagScanStart(int32_t index) const {
     return index > 0 ? Record(index).Start + 1 : -1;
 }
 
-/// The attribute called `name`, or number `number` when that is null, of the tag whose words start at
-/// `scanStart`.
+/// The attribute called `name`, or number `number` when that is null, of the tag whose words start
+/// at `scanStart`.
 VnXMLDocument::CAttribute
 VnXMLDocument::FindAttribute(int32_t scanStart, const wchar_t* name, int32_t number) const {
     const wchar_t* const text = Text.GetText();
@@ -96,9 +98,9 @@ VnXMLDocument::FindAttribute(int32_t scanStart, const wchar_t* name, int32_t num
             // A bare value reads up to the ">", but changing it must leave the tag's own end.
             --at;
         }
-        const bool matches = name == nullptr ? number == 0
-                                             : word.Length == wanted
-                                                   && scanner.IsSameName(word.Start, name, wanted);
+        const bool matches =
+            name == nullptr ? number == 0
+                            : word.Length == wanted && scanner.IsSameName(word.Start, name, wanted);
         if (matches) {
             found.Found = true;
             found.HasValue = hasValue;
@@ -118,7 +120,8 @@ VnString VnXMLDocument::ReadAttribute(int32_t scanStart, const wchar_t* name) co
         return VnString();
     }
     const CAttribute found = FindAttribute(scanStart, name, 0);
-    return found.Found ? DecodeXMLText(Text.GetText() + found.Value, found.ValueLength) : VnString();
+    return found.Found ? DecodeXMLText(Text.GetText() + found.Value, found.ValueLength)
+                       : VnString();
 }
 
 bool VnXMLDocument::HasAttribute(int32_t index, const VnString& name) const {
@@ -184,7 +187,8 @@ VnString VnXMLDocument::GetDeclaredEncoding(const wchar_t* text) {
     }
     VnXMLDocument declaration;
     declaration.SetDocument(VnString(opening, static_cast<int32_t>(closing - opening) + 2));
-    if (declaration.FindNode(kNodeInstruction) == 0 || !declaration.GetNodeName().EqualsNoCase(L"xml")) {
+    if (declaration.FindNode(kNodeInstruction) == 0
+        || !declaration.GetNodeName().EqualsNoCase(L"xml")) {
         return VnString();
     }
     return declaration.GetAttribute(declaration.GetMainPosition(), L"encoding");
@@ -229,17 +233,21 @@ bool VnXMLDocument::RemoveAttribute(int32_t index, const wchar_t* name) {
     return true;
 }
 
-/// Splices the start tag of an element, or the current instruction, and corrects all lengths and offsets.
-void VnXMLDocument::ReplaceInTag(int32_t index, int32_t offset, int32_t length, const VnString& text) {
+/// Splices the start tag of an element, or the current instruction, and corrects all lengths and
+/// offsets.
+void VnXMLDocument::ReplaceInTag(int32_t index,
+                                 int32_t offset,
+                                 int32_t length,
+                                 const VnString& text) {
     const int32_t difference = text.GetLength() - length;
     if (IsOnNode(index)) {
-        ReplaceText(offset, length, text);
+        ReplaceText(offset, length, text.GetText());
         NodeLength += difference;
         ShiftBehind(ParentPosition, MainPosition, difference);
         return;
     }
     const int32_t tagLength = GetStartTagLength(index);
-    ReplaceText(offset, length, text);
+    ReplaceText(offset, length, text.GetText());
     CRecord& record = Record(index);
     SetStartTagLength(record, tagLength + difference);
     record.Length += difference;

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "core/VnString.h"
+
 #include <cstdint>
 #include <memory>
-
-#include "core/VnString.h"
+#include <string_view>
 
 class VnXMLScanner;
 struct VnXMLPathPiece;
@@ -11,20 +12,21 @@ struct VnXMLToken;
 
 /// An XML document: one wide text and an index of its elements, with a cursor.
 ///
-/// There is no tree of objects. The text is at all times what would be saved, and each element has a
-/// record of its offsets in that text and the links to its neighbours. Text, comments, instructions and
-/// declarations have no record: they are found again by scanning between the elements. Reading goes
-/// back to the text, changing splices the text and corrects the offsets behind the splice.
+/// There is no tree of objects. The text is at all times what would be saved, and each element has
+/// a record of its offsets in that text and the links to its neighbours. Text, comments,
+/// instructions and declarations have no record: they are found again by scanning between the
+/// elements. Reading goes back to the text, changing splices the text and corrects the offsets
+/// behind the splice.
 ///
-/// The parser always builds a usable index. After a mistake it goes on, keeps the first message, and
-/// only says at the end whether the document was well-formed.
+/// The parser always builds a usable index. After a mistake it goes on, keeps the first message,
+/// and only says at the end whether the document was well-formed.
 ///
 /// The cursor has three positions, which are indexes of records: the parent (0: the document level)
-/// whose children are walked, the main position (0: ahead of the first of them), and a child of main
-/// (0: none). It can also stand on a node that is no element; then main is the element ahead of it.
-/// A search that fails leaves the cursor as it was. Indexes stay valid until their element is
-/// removed or the document is parsed anew; index 0 reads as empty, any other index must come from the
-/// cursor.
+/// whose children are walked, the main position (0: ahead of the first of them), and a child of
+/// main (0: none). It can also stand on a node that is no element; then main is the element ahead
+/// of it. A search that fails leaves the cursor as it was. Indexes stay valid until their element
+/// is removed or the document is parsed anew; index 0 reads as empty, any other index must come
+/// from the cursor.
 ///
 /// A path, the argument of a search, is one of these. Null or empty matches any element.
 /// - `name`: among the siblings that the search walks; "*" is any name
@@ -35,10 +37,10 @@ struct VnXMLToken;
 /// - `name[child]`: one that has a child called child
 /// - `name[@attribute]`: one that has that attribute; a value written behind it is not looked at
 ///
-/// Names are compared without regard to letter case while kIgnoreCase is set, as it is from the start.
-/// White space is space, tab, line feed and carriage return. A position in the text is an int32 and
-/// counts characters. A document is for one thread at a time; copies are deep, but for the text,
-/// which is shared until one of them changes.
+/// Names are compared without regard to letter case while kIgnoreCase is set, as it is from the
+/// start. White space is space, tab, line feed and carriage return. A position in the text is an
+/// int32 and counts characters. A document is for one thread at a time; copies are deep, but for
+/// the text, which is shared until one of them changes.
 class VnXMLDocument {
 public:
     /// Flags of the document.
@@ -52,7 +54,7 @@ public:
         kNodeNone = 0,
         kNodeElement = 1,
         kNodeText = 2,
-        kNodeWhiteSpace = 4,   ///< nothing but white space
+        kNodeWhiteSpace = 4, ///< nothing but white space
         kNodeCDATA = 8,
         kNodeInstruction = 16, ///< processing instruction or XML declaration
         kNodeComment = 32,
@@ -70,7 +72,7 @@ public:
         kInsertEscapeQuotes = 0x100, ///< quotes are escaped in the value too
         kInsertReplace = 0x1000,     ///< in the place of the whole content of the parent
         kInsertBefore = 0x2000,      ///< ahead of the reference, or of the parent's content
-        kInsertChild = 0x4000,       ///< one level down: main is the parent, and the child position moves
+        kInsertChild = 0x4000, ///< one level down: main is the parent, and the child position moves
     };
 
     /// An empty document.
@@ -89,21 +91,22 @@ public:
 
     // Whole documents: VnXMLParser.cpp, VnXMLFiles.cpp
 
-    /// Replaces the text, null being an empty one, and parses it. False when it is not well-formed; GetError
-    /// then says why, and the elements are there all the same.
+    /// Replaces the text, null being an empty one, and parses it. False when it is not well-formed;
+    /// GetError then says why, and the elements are there all the same.
     bool SetDocument(const wchar_t* text);
     bool SetDocument(const VnString& text);
 
-    /// Parses the text that is there. The positions, saved ones too, are gone. An error that is stored already
-    /// stays, and a new one follows it behind ", ". The result is that of IsWellFormed.
+    /// Parses the text that is there. The positions, saved ones too, are gone. An error that is
+    /// stored already stays, and a new one follows it behind ", ". The result is that of
+    /// IsWellFormed.
     bool ParseDocument();
 
-    /// Reads and parses a file of UTF-8 text. False when it cannot be read, in which case the error is empty
-    /// and the document as well, or when it is not well-formed.
+    /// Reads and parses a file of UTF-8 text. False when it cannot be read, in which case the error
+    /// is empty and the document as well, or when it is not well-formed.
     bool Load(const wchar_t* path);
 
-    /// Writes the text as it stands, as UTF-8 without a mark, making the folders of the path. True when
-    /// every byte was written.
+    /// Writes the text as it stands, as UTF-8 without a mark, making the folders of the path. True
+    /// when every byte was written.
     bool Save(const wchar_t* path) const;
 
     /// Exactly one root element, and nothing ill-formed seen. Goes by the records as they are now.
@@ -121,34 +124,37 @@ public:
     int32_t GetParentPosition() const { return ParentPosition; }
     int32_t GetMainPosition() const { return MainPosition; }
     int32_t GetChildPosition() const { return ChildPosition; }
-    /// Type of the current node: one of NodeTypes; kNodeElement on main, kNodeNone without a position.
+    /// Type of the current node: one of NodeTypes; kNodeElement on main, kNodeNone without a
+    /// position.
     int32_t GetNodeType() const { return NodeType; }
     /// Back to the document level, ahead of its first element.
     void ResetPosition();
 
-    /// The next sibling of main, or first child of the parent while main is 0, that matches becomes main.
+    /// The next sibling of main, or first child of the parent while main is 0, that matches becomes
+    /// main.
     bool FindElement(const wchar_t* path = nullptr);
-    /// The next child of main that matches becomes the child position; `restart` begins at the first
-    /// child. With main at 0 the first element of the parent serves as main. Main and parent follow
-    /// when a path went deeper.
+    /// The next child of main that matches becomes the child position; `restart` begins at the
+    /// first child. With main at 0 the first element of the parent serves as main. Main and parent
+    /// follow when a path went deeper.
     bool FindChildElement(const wchar_t* path = nullptr, bool restart = false);
-    /// As FindElement, backwards, from the last child while main is 0. Only a name, with what may stand in
-    /// brackets behind it, not a path of several levels.
+    /// As FindElement, backwards, from the last child while main is 0. Only a name, with what may
+    /// stand in brackets behind it, not a path of several levels.
     bool FindPreviousElement(const wchar_t* name = nullptr);
-    /// As FindPreviousElement, among the children of main; with no child position from the last one.
+    /// As FindPreviousElement, among the children of main; with no child position from the last
+    /// one.
     bool FindPreviousChildElement(const wchar_t* name = nullptr);
     /// Down: main becomes the parent, child becomes main. False without a main position.
     bool IntoElement();
     /// Up: the parent becomes main, main becomes the child. False at the document level.
     bool OutOfElement();
-    /// Goes to the next node behind the cursor, within the parent, of a type in `mask` (NodeTypes; 0 any).
-    /// Elements are not entered. The result is its type, 0 when there is none.
+    /// Goes to the next node behind the cursor, within the parent, of a type in `mask` (NodeTypes;
+    /// 0 any). Elements are not entered. The result is its type, 0 when there is none.
     int32_t FindNode(int32_t mask = 0);
 
     // Saved positions: VnXMLPositions.cpp
 
-    /// Keeps the child position if there is one, else main, else the parent, under `name`, replacing
-    /// what had that name. Always true.
+    /// Keeps the child position if there is one, else main, else the parent, under `name`,
+    /// replacing what had that name. Always true.
     bool SavePosition(const wchar_t* name);
     /// Sets the cursor back. False for an unknown name, or when that element was removed.
     bool RestorePosition(const wchar_t* name);
@@ -157,20 +163,23 @@ public:
 
     /// Name in the start tag of an element.
     VnString GetTagName(int32_t index) const;
-    /// Name of the current node: "#text", "#cdata-section", "#comment", the target of an instruction, the name
-    /// in a lone end tag, the second word of a declaration, or the tag name of main.
+    /// Name of the current node: "#text", "#cdata-section", "#comment", the target of an
+    /// instruction, the name in a lone end tag, the second word of a declaration, or the tag name
+    /// of main.
     VnString GetNodeName() const;
-    /// Decoded value of an attribute; empty when there is none. An attribute without "=" has its own name as
-    /// value. While the cursor stands on an instruction, `index` main reads that instruction; on
-    /// any other node that is no element it gives an empty text.
+    /// Decoded value of an attribute; empty when there is none. An attribute without "=" has its
+    /// own name as value. While the cursor stands on an instruction, `index` main reads that
+    /// instruction; on any other node that is no element it gives an empty text.
     VnString GetAttribute(int32_t index, const wchar_t* name) const;
-    /// Name of attribute number `number`, from 0, of main or of the current instruction; empty past the last.
+    /// Name of attribute number `number`, from 0, of main or of the current instruction; empty past
+    /// the last.
     VnString GetAttributeName(int32_t number) const;
     /// An attribute of the first child of main that matches. The cursor stays.
     VnString GetChildAttribute(const wchar_t* path, const wchar_t* name) const;
-    /// Decoded text of an element: text and CDATA joined, the rest dropped; empty for an element with child
-    /// elements. While the cursor stands on a node that is no element, `index` main reads that node:
-    /// text decoded; CDATA, comment, instruction and lone end tag without their delimiters; others raw.
+    /// Decoded text of an element: text and CDATA joined, the rest dropped; empty for an element
+    /// with child elements. While the cursor stands on a node that is no element, `index` main
+    /// reads that node: text decoded; CDATA, comment, instruction and lone end tag without their
+    /// delimiters; others raw.
     VnString GetData(int32_t index) const;
     /// GetData of the first child of main that matches. The cursor stays.
     VnString GetChildData(const wchar_t* path) const;
@@ -179,11 +188,13 @@ public:
     VnString GetDataAt(const wchar_t* path);
     /// The raw text between start tag and end tag; empty for an element without both.
     VnString GetInnerText(int32_t index) const;
-    /// The raw text of an element with its tags, and the white space behind it when a tag or the end follows.
+    /// The raw text of an element with its tags, and the white space behind it when a tag or the
+    /// end follows.
     VnString GetSubDocument(int32_t index) const;
     /// A path that leads from the root level to the element: "/a/b[2]".
     VnString GetElementPath(int32_t index) const;
-    /// Start and length of main, and of its content between the tags. False, and nothing set, without main.
+    /// Start and length of main, and of its content between the tags. False, and nothing set,
+    /// without main.
     bool GetElementOffsets(int32_t& start,
                            int32_t& length,
                            int32_t& contentStart,
@@ -191,47 +202,49 @@ public:
     /// The encoding that the XML declaration of `text` names; empty when the first "<" of the text
     /// does not open one that ends.
     static VnString GetDeclaredEncoding(const wchar_t* text);
-    /// Replaces character references and the five named entities; what is malformed stays as it stands.
-    /// A numeric reference has up to 7 characters ahead of the ";" and gives one character.
+    /// Replaces character references and the five named entities; what is malformed stays as it
+    /// stands. A numeric reference has up to 7 characters ahead of the ";" and gives one character.
     static VnString DecodeXMLText(const wchar_t* text, int32_t length);
 
     // Writing: VnXMLWrite.cpp, VnXMLNodes.cpp, VnXMLAttributes.cpp
 
-    /// A new element behind main, or behind the child position with kInsertChild; with none of them, as last
-    /// of its parent. It becomes main, or the child. `options`: InsertOptions. A null or empty value
-    /// gives an element without end tag, `<name/>`. False, and no change, with kInsertChild and no main,
-    /// and for a value together with kInsertNoEndTag.
+    /// A new element behind main, or behind the child position with kInsertChild; with none of
+    /// them, as last of its parent. It becomes main, or the child. `options`: InsertOptions. A null
+    /// or empty value gives an element without end tag, `<name/>`. False, and no change, with
+    /// kInsertChild and no main, and for a value together with kInsertNoEndTag.
     bool AddElement(const VnString& name, const wchar_t* value = nullptr, uint32_t options = 0);
     bool AddElement(const VnString& name, int32_t value, uint32_t options = 0);
-    /// Inserts the first element of `text`, with all below it, as AddElement does. A text that is not
-    /// well-formed or has no element is inserted as it stands, unindexed, with the cursor left where it
-    /// was, and the result is false.
-    bool AddSubDocument(const VnString& text, uint32_t options = 0);
-    /// Inserts a node at the cursor and makes it the current node; a type of kNodeElement gives `<text/>`.
-    /// Text is escaped, everything else goes in as it is between its delimiters. A line end follows
-    /// instructions, comments and declarations only. False, and no change, for a type that cannot be
-    /// written, an empty text node, and a CDATA text that holds "]]>".
+    /// Inserts the first element of `source`, with all below it, as AddElement does. A text that is
+    /// not well-formed or has no element is inserted as it stands, unindexed, with the cursor left
+    /// where it was, and the result is false.
+    bool AddSubDocument(const VnString& source, uint32_t options = 0);
+    /// Inserts a node at the cursor and makes it the current node; a type of kNodeElement gives
+    /// `<text/>`. Text is escaped, everything else goes in as it is between its delimiters. A line
+    /// end follows instructions, comments and declarations only. False, and no change, for a type
+    /// that cannot be written, an empty text node, and a CDATA text that holds "]]>".
     bool AddNode(int32_t type, const VnString& text, uint32_t options = 0);
-    /// Removes main with all below it, and the white space behind it when a tag or the end follows. Main
-    /// becomes the previous sibling, or 0. False without main.
+    /// Removes main with all below it, and the white space behind it when a tag or the end follows.
+    /// Main becomes the previous sibling, or 0. False without main.
     bool RemoveElement();
     /// The same for the child position.
     bool RemoveChildElement();
-    /// Removes the current node of any type, an element as RemoveElement does. The cursor then stands
-    /// on the node ahead of it, of any type. False with no current node.
+    /// Removes the current node of any type, an element as RemoveElement does. The cursor then
+    /// stands on the node ahead of it, of any type. False with no current node.
     bool RemoveNode();
-    /// Replaces the whole content of main by `text`, with its elements. False without main, while the
-    /// cursor stands on another node, and for a text that is not well-formed; that one goes in all the same.
-    bool SetElementContent(const VnString& text);
-    /// Replaces the value of an element without child elements, or the text of the current node when
-    /// `index` is main. `options`: kInsertCDATA, kInsertEscapeQuotes. False, and no change, for an
-    /// element with children or a node that cannot hold the value.
+    /// Replaces the whole content of main by `source`, with its elements. False without main, while
+    /// the cursor stands on another node, and for a text that is not well-formed; that one goes in
+    /// all the same.
+    bool SetElementContent(const VnString& source);
+    /// Replaces the value of an element without child elements, or the text of the current node
+    /// when `index` is main. `options`: kInsertCDATA, kInsertEscapeQuotes. False, and no change,
+    /// for an element with children or a node that cannot hold the value.
     bool SetData(int32_t index, const wchar_t* value, uint32_t options = 0);
     bool SetData(int32_t index, int32_t value);
-    /// Clears main and child, finds among the children of the parent, and sets the data of what it found.
+    /// Clears main and child, finds among the children of the parent, and sets the data of what it
+    /// found.
     bool SetDataAt(const wchar_t* path, const wchar_t* value, uint32_t options = 0);
-    /// Sets or adds an attribute of an element, or of the current instruction when `index` is main. The
-    /// value is escaped and stands in double quotes. False when there is nothing to hold it.
+    /// Sets or adds an attribute of an element, or of the current instruction when `index` is main.
+    /// The value is escaped and stands in double quotes. False when there is nothing to hold it.
     bool SetAttribute(int32_t index, const wchar_t* name, const wchar_t* value);
     bool SetAttribute(int32_t index, const wchar_t* name, int32_t value);
     /// Cuts an attribute with the white space ahead of it. False when it is not there.
@@ -248,20 +261,22 @@ private:
     /// Flags of a record, beside its level.
     enum RecordFlags : uint32_t {
         kLevelMask = 0xFFFF,
-        kRecordFree = 0x20000,     ///< on the free chain, linked by NextSibling
-        kRecordFirst = 0x80000,    ///< first child of its parent
+        kRecordFree = 0x20000,        ///< on the free chain, linked by NextSibling
+        kRecordFirst = 0x80000,       ///< first child of its parent
         kRecordNoEndTag = 0x100000,   ///< nothing closes it, or it was written so
         kRecordBadContent = 0x200000, ///< an ill-formed stretch lies between its tags
-        kRecordIllFormed = 0x800000,  ///< on the record at which a parse began: something was ill-formed
+        kRecordIllFormed =
+            0x800000, ///< on the record at which a parse began: something was ill-formed
     };
 
     /// Index entry of one element. Record 0 stands for the document: its first child is the root
     /// element and its length that of the text.
     struct CRecord {
-        int32_t Start;           ///< offset of the "<" of the start tag
-        int32_t Length;          ///< through the end of the end tag
-        uint32_t TagLengths;     ///< of the start tag below kEndTagShift, of the end tag (0: none) above
-        uint32_t LevelAndFlags;  ///< depth, 0 for the root element, saturated; RecordFlags above it
+        int32_t Start;  ///< offset of the "<" of the start tag
+        int32_t Length; ///< through the end of the end tag
+        uint32_t
+            TagLengths; ///< of the start tag below kEndTagShift, of the end tag (0: none) above
+        uint32_t LevelAndFlags; ///< depth, 0 for the root element, saturated; RecordFlags above it
         int32_t Parent;
         int32_t FirstChild;      ///< 0 for none
         int32_t NextSibling;     ///< 0 for the last
@@ -357,7 +372,11 @@ private:
 
     // Changes: VnXMLWrite.cpp, VnXMLNodes.cpp
 
-    void ReplaceText(int32_t offset, int32_t length, const VnString& text);
+    void ReplaceText(int32_t offset,
+                     int32_t length,
+                     std::wstring_view first = {},
+                     std::wstring_view second = {},
+                     std::wstring_view third = {});
     bool FindInsertPlace(uint32_t options, CInsertPlace& place) const;
     void PrepareInsert(CInsertPlace& place, uint32_t options);
     int32_t InsertText(CInsertPlace& place, const VnString& text, uint32_t options);
@@ -384,7 +403,8 @@ private:
 
 inline void VnXMLDocument::SetStartTagLength(CRecord& record, int32_t length) {
     const int32_t held = length < kStartTagLimit ? length : kStartTagLimit;
-    record.TagLengths = (record.TagLengths >> kEndTagShift << kEndTagShift) | static_cast<uint32_t>(held);
+    record.TagLengths =
+        (record.TagLengths >> kEndTagShift << kEndTagShift) | static_cast<uint32_t>(held);
 }
 
 inline void VnXMLDocument::SetEndTagLength(CRecord& record, int32_t length) {

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstdint>
-
 #include "text/VnXMLDocument.h"
+
+#include <cstdint>
+#include <string_view>
 
 /// Where a change puts new text, and how the text around it is rewritten.
 struct VnXMLDocument::CInsertPlace {
@@ -15,6 +16,7 @@ struct VnXMLDocument::CInsertPlace {
     int32_t Offset = 0;         ///< of what is replaced
     int32_t ReplacedLength = 0; ///< of the text that gives way
     int32_t EndTagLength = 0;   ///< of the end tag that the parent gets, 0 when it has one
-    VnString Ahead;             ///< goes in ahead of the new text
-    VnString Behind;            ///< goes in behind it
+    std::wstring_view Ahead;    ///< goes in ahead of the new text
+    std::wstring_view Behind;   ///< goes in behind it
+    VnString EndTag;            ///< holds Behind when that is no constant
 };

@@ -39,14 +39,15 @@ bool VnXMLDocument::RemoveNode() {
     const int32_t offset = NodeOffset;
     const int32_t length = NodeLength;
     SetPosition(parent, main, 0);
-    ReplaceText(offset, length, VnString());
+    ReplaceText(offset, length);
     ShiftBehind(parent, main, -length);
     StandOnNodeAhead(parent, main, offset);
     return true;
 }
 
-/// Sets the cursor on the node that ends at `offset`, or reaches over it when a removal has joined two texts.
-/// It lies behind the child `main` of `parent`, which it is itself when nothing lies between.
+/// Sets the cursor on the node that ends at `offset`, or reaches over it when a removal has joined
+/// two texts. It lies behind the child `main` of `parent`, which it is itself when nothing lies
+/// between.
 void VnXMLDocument::StandOnNodeAhead(int32_t parent, int32_t main, int32_t offset) {
     SetPosition(parent, main, 0);
     const int32_t start = main != 0 ? Record(main).GetEnd() : GetContentStart(parent);
@@ -55,7 +56,7 @@ void VnXMLDocument::StandOnNodeAhead(int32_t parent, int32_t main, int32_t offse
     while (scanner.Next < offset && scanner.NextToken(token) != VnXMLToken::kEnd) {
         NodeOffset = token.Offset;
         NodeLength = token.Length;
-        NodeType = token.Type == VnXMLToken::kEndTag ? kNodeLoneEndTag
+        NodeType = token.Type == VnXMLToken::kEndTag  ? kNodeLoneEndTag
                    : token.Type == VnXMLToken::kError ? kNodeError
                                                       : token.Type;
     }
@@ -76,7 +77,7 @@ bool VnXMLDocument::SetData(int32_t index, const wchar_t* value, uint32_t option
             return false;
         }
         const int32_t difference = node.GetLength() - NodeLength;
-        ReplaceText(NodeOffset, NodeLength, node);
+        ReplaceText(NodeOffset, NodeLength, node.GetText());
         NodeLength += difference;
         ShiftBehind(ParentPosition, MainPosition, difference);
         return true;

@@ -5,13 +5,18 @@
 #include <algorithm>
 #include <vector>
 
-/// One run over the tokens of a text that makes the records of its elements. The open elements are kept on
-/// a stack of its own, so that the depth of a document is only limited by memory.
+/// One run over the tokens of a text that makes the records of its elements. The open elements are
+/// kept on a stack of its own, so that the depth of a document is only limited by memory.
 class VnXMLDocument::CElementParser {
 public:
-    /// Elements at the top of the text become children of the record `base` and get the level `level`.
+    /// Elements at the top of the text become children of the record `base` and get the level
+    /// `level`.
     CElementParser(VnXMLDocument& document, VnXMLScanner& scanner, int32_t base, int32_t level)
-        : Document(document), Scanner(scanner), Base(base), FirstLevel(level), Current(base) {}
+        : Document(document)
+        , Scanner(scanner)
+        , Base(base)
+        , FirstLevel(level)
+        , Current(base) {}
 
     void Run();
 
@@ -49,11 +54,12 @@ private:
     VnXMLScanner& Scanner;
     const int32_t Base;
     const int32_t FirstLevel;
-    int32_t Current; ///< innermost open element, or Base
+    int32_t Current;       ///< innermost open element, or Base
     bool HasMoved = false; ///< elements were moved up, so that levels have to be set again
     std::vector<COpenElement> Stack;
-    std::vector<int32_t> Buckets; ///< topmost entry of each name hash; made for the first long search
-    int32_t Indexed = 0;          ///< entries from the bottom of the stack that are in Buckets
+    std::vector<int32_t>
+        Buckets;         ///< topmost entry of each name hash; made for the first long search
+    int32_t Indexed = 0; ///< entries from the bottom of the stack that are in Buckets
 };
 
 void VnXMLDocument::CElementParser::Run() {
@@ -111,7 +117,8 @@ bool VnXMLDocument::CElementParser::CloseTop(const wchar_t* at) {
         return false;
     }
     const COpenElement& top = Stack.back();
-    if (!Scanner.IsSameName(GetName(top), at + 2, top.NameLength) || at[2 + top.NameLength] != L'>') {
+    if (!Scanner.IsSameName(GetName(top), at + 2, top.NameLength)
+        || at[2 + top.NameLength] != L'>') {
         return false;
     }
     const int32_t offset = Scanner.Next;
@@ -138,10 +145,8 @@ void VnXMLDocument::CElementParser::Close(const VnXMLToken& token) {
             const COpenElement& top = Stack.back();
             Document.Error.Format(
                 L"End tag '%s' at offset %d does not match start tag '%s' at offset %d",
-                VnString(Scanner.Text + token.NameOffset, token.NameLength),
-                token.Offset + 1,
-                VnString(GetName(top), top.NameLength),
-                Document.Record(top.Record).Start);
+                VnString(Scanner.Text + token.NameOffset, token.NameLength), token.Offset + 1,
+                VnString(GetName(top), top.NameLength), Document.Record(top.Record).Start);
         }
         CloseUnended(GetDepth() - depth - 1);
     }
@@ -165,8 +170,8 @@ void VnXMLDocument::CElementParser::Pop() {
     Stack.pop_back();
 }
 
-/// Ends the innermost `count` elements at their start tags. Their children become siblings that follow
-/// them. All of them are moved at once, so that no child is moved through every level.
+/// Ends the innermost `count` elements at their start tags. Their children become siblings that
+/// follow them. All of them are moved at once, so that no child is moved through every level.
 void VnXMLDocument::CElementParser::CloseUnended(int32_t count) {
     SetIllFormed();
     int32_t outermost = 0;
@@ -180,7 +185,8 @@ void VnXMLDocument::CElementParser::CloseUnended(int32_t count) {
             parent.LevelAndFlags |= kRecordBadContent;
         }
         if (record.FirstChild != 0) {
-            // The element is the last child of its parent, so that its children go to the end of the list.
+            // The element is the last child of its parent, so that its children go to the end of
+            // the list.
             CRecord& first = Document.Record(record.FirstChild);
             Document.Record(parent.FirstChild).PreviousSibling = first.PreviousSibling;
             first.PreviousSibling = outermost;
@@ -238,7 +244,8 @@ int32_t VnXMLDocument::CElementParser::FindOpen(const VnXMLToken& token) {
     return depth;
 }
 
-bool VnXMLDocument::CElementParser::IsNameOf(const COpenElement& open, const VnXMLToken& token) const {
+bool VnXMLDocument::CElementParser::IsNameOf(const COpenElement& open,
+                                             const VnXMLToken& token) const {
     if (token.NameLength > open.NameLength) {
         return false;
     }
@@ -250,8 +257,8 @@ bool VnXMLDocument::CElementParser::IsNameOf(const COpenElement& open, const VnX
            || VnXMLScanner::MayFollowName(name[token.NameLength]);
 }
 
-/// Puts the names of the whole stack into buckets. An end tag that matches nothing then costs one bucket
-/// and not the whole depth, which a damaged document may ask for at every tag.
+/// Puts the names of the whole stack into buckets. An end tag that matches nothing then costs one
+/// bucket and not the whole depth, which a damaged document may ask for at every tag.
 void VnXMLDocument::CElementParser::IndexNames() {
     if (Buckets.empty()) {
         Buckets.assign(kBuckets, -1);
@@ -264,7 +271,8 @@ void VnXMLDocument::CElementParser::IndexNames() {
     }
 }
 
-/// Hash of the part that must be the same in a start tag's name and an end tag's name that closes it.
+/// Hash of the part that must be the same in a start tag's name and an end tag's name that closes
+/// it.
 uint32_t VnXMLDocument::CElementParser::HashName(const wchar_t* name, int32_t length) const {
     const bool fold = (Scanner.Flags & kIgnoreCase) != 0;
     uint32_t hash = 0;
@@ -280,8 +288,8 @@ int32_t VnXMLDocument::ParseElements(int32_t parent, VnXMLScanner& scanner, int3
     return Record(parent).FirstChild;
 }
 
-/// Makes the records of a text that stands on its own, with offsets from its start, below a new record that
-/// belongs to the caller. The result is that record.
+/// Makes the records of a text that stands on its own, with offsets from its start, below a new
+/// record that belongs to the caller. The result is that record.
 int32_t VnXMLDocument::ParseFragment(const VnString& text, int32_t level) {
     const int32_t top = TakeRecord();
     Record(top) = CRecord{};

@@ -58,7 +58,8 @@ bool VnXMLDocument::MatchesPiece(int32_t index, const VnXMLPathPiece& piece) con
     }
     switch (piece.Predicate) {
     case VnXMLPathPiece::kChild:
-        for (int32_t child = Record(index).FirstChild; child != 0; child = Record(child).NextSibling) {
+        for (int32_t child = Record(index).FirstChild; child != 0;
+             child = Record(child).NextSibling) {
             if (MatchesName(child, piece.Inner)) {
                 return true;
             }
@@ -87,8 +88,8 @@ int32_t VnXMLDocument::CountPlace(int32_t index, const wchar_t* name) const {
     return place;
 }
 
-/// Whether an element that matches the piece's name stands at the piece's place. Looks back no further than
-/// that place.
+/// Whether an element that matches the piece's name stands at the piece's place. Looks back no
+/// further than that place.
 bool VnXMLDocument::IsPlace(int32_t index, const VnXMLPathPiece& piece) const {
     if (piece.Predicate != VnXMLPathPiece::kPlace) {
         return true;
@@ -100,8 +101,8 @@ bool VnXMLDocument::IsPlace(int32_t index, const VnXMLPathPiece& piece) const {
     return place == piece.Place;
 }
 
-/// The element that a search for `path` comes to, 0 for none. It walks the children of `parent` behind
-/// `current` (0: from the first on).
+/// The element that a search for `path` comes to, 0 for none. It walks the children of `parent`
+/// behind `current` (0: from the first on).
 int32_t VnXMLDocument::FindMatch(int32_t parent, int32_t current, const wchar_t* path) const {
     if (path != nullptr && path[0] == L'/') {
         if (path[1] == L'/') {
@@ -142,8 +143,8 @@ int32_t VnXMLDocument::FindAnywhere(int32_t parent, int32_t current, const wchar
     return at;
 }
 
-/// Searches `first` and the siblings behind it. An element that matches one level but has nothing for the
-/// next is passed over, and the search goes on behind it.
+/// Searches `first` and the siblings behind it. An element that matches one level but has nothing
+/// for the next is passed over, and the search goes on behind it.
 int32_t VnXMLDocument::FindByPieces(int32_t first, const VnXMLPathPiece& piece) const {
     struct CLevel {
         VnXMLPathPiece Piece;
@@ -180,8 +181,10 @@ int32_t VnXMLDocument::FindByPieces(int32_t first, const VnXMLPathPiece& piece) 
     }
 }
 
-/// The sibling ahead of `current` (0: from the last child of `parent` on) that matches `name`, 0 for none.
-int32_t VnXMLDocument::FindPreviousMatch(int32_t parent, int32_t current, const wchar_t* name) const {
+/// The sibling ahead of `current` (0: from the last child of `parent` on) that matches `name`, 0
+/// for none.
+int32_t
+VnXMLDocument::FindPreviousMatch(int32_t parent, int32_t current, const wchar_t* name) const {
     int32_t at = current != 0 ? GetPrevious(current) : GetLastChild(parent);
     if (name == nullptr || *name == 0) {
         return at;

@@ -17,7 +17,7 @@ struct VnXMLPathPiece {
 
     const wchar_t* Name;
     int32_t Predicate = kNone;
-    int32_t Place = 0;               ///< from 1
-    const wchar_t* Inner = nullptr;  ///< name in the brackets
-    const wchar_t* Next = nullptr;   ///< the piece of the next level, null when this is the last
+    int32_t Place = 0;              ///< from 1
+    const wchar_t* Inner = nullptr; ///< name in the brackets
+    const wchar_t* Next = nullptr;  ///< the piece of the next level, null when this is the last
 };

@@ -114,7 +114,8 @@ void VnXMLDocument::DropRemovedPositions() {
         const int32_t size = CSavedPositions::GetSize(bucket.get());
         for (int32_t entry = 0; entry < size; ++entry) {
             CSavedPosition& saved = bucket[entry];
-            if ((saved.Flags & CSavedPosition::kInUse) != 0 && Record(saved.Index).Has(kRecordFree)) {
+            if ((saved.Flags & CSavedPosition::kInUse) != 0
+                && Record(saved.Index).Has(kRecordFree)) {
                 saved.Name.Empty();
                 saved.Flags &= CSavedPosition::kLast;
             }

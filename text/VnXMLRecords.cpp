@@ -14,10 +14,16 @@ VnXMLDocument::VnXMLDocument(const VnString& text) : VnXMLDocument() {
 }
 
 VnXMLDocument::VnXMLDocument(const VnXMLDocument& other)
-    : Text(other.Text), Error(other.Error), ParentPosition(other.ParentPosition)
-    , MainPosition(other.MainPosition), ChildPosition(other.ChildPosition)
-    , FreeChain(other.FreeChain), NodeType(other.NodeType), NodeOffset(other.NodeOffset)
-    , NodeLength(other.NodeLength), Flags(other.Flags) {
+    : Text(other.Text)
+    , Error(other.Error)
+    , ParentPosition(other.ParentPosition)
+    , MainPosition(other.MainPosition)
+    , ChildPosition(other.ChildPosition)
+    , FreeChain(other.FreeChain)
+    , NodeType(other.NodeType)
+    , NodeOffset(other.NodeOffset)
+    , NodeLength(other.NodeLength)
+    , Flags(other.Flags) {
     if (other.SavedPositions != nullptr) {
         SavedPositions = std::make_unique<CSavedPositions>(*other.SavedPositions);
     }
@@ -67,9 +73,9 @@ void VnXMLDocument::Swap(VnXMLDocument& other) noexcept {
     std::swap(SegmentCapacity, other.SegmentCapacity);
 }
 
-/// Makes room for `count` records, or for half as many again as are in use. Records of a full segment never
-/// move: only the last segment grows, at most into one new segment, so that a large `count` may not
-/// be reached at once.
+/// Makes room for `count` records, or for half as many again as are in use. Records of a full
+/// segment never move: only the last segment grows, at most into one new segment, so that a large
+/// `count` may not be reached at once.
 void VnXMLDocument::ReserveRecords(int32_t count) {
     if (count == 0) {
         count = std::max(NextFree + NextFree / 2, RecordCapacity + 1);
@@ -245,7 +251,8 @@ int32_t VnXMLDocument::GetNextInDocument(int32_t index, bool enterChildren) cons
     return index == 0 ? 0 : Record(index).NextSibling;
 }
 
-/// Sets the levels of all records below `parent` by their depth, `level` being that of its children.
+/// Sets the levels of all records below `parent` by their depth, `level` being that of its
+/// children.
 void VnXMLDocument::SetLevels(int32_t parent, int32_t level) {
     int32_t at = Record(parent).FirstChild;
     while (at != 0 && at != parent) {
@@ -295,9 +302,9 @@ void VnXMLDocument::ShiftSiblings(int32_t first, int32_t difference) {
     }
 }
 
-/// Corrects the offsets behind a splice of `difference` characters: every record that follows `index` in
-/// document order is moved, its children only with `enterChildren`, and every ancestor grows. The
-/// length of `index` itself is up to the caller.
+/// Corrects the offsets behind a splice of `difference` characters: every record that follows
+/// `index` in document order is moved, its children only with `enterChildren`, and every ancestor
+/// grows. The length of `index` itself is up to the caller.
 void VnXMLDocument::AdjustOffsets(int32_t index, int32_t difference, bool enterChildren) {
     if (enterChildren) {
         ShiftSiblings(Record(index).FirstChild, difference);
@@ -309,8 +316,8 @@ void VnXMLDocument::AdjustOffsets(int32_t index, int32_t difference, bool enterC
     }
 }
 
-/// Corrects the offsets after a splice among the children of `parent`, behind its child `before` (0: ahead of
-/// the first).
+/// Corrects the offsets after a splice among the children of `parent`, behind its child `before`
+/// (0: ahead of the first).
 void VnXMLDocument::ShiftBehind(int32_t parent, int32_t before, int32_t difference) {
     if (before != 0) {
         AdjustOffsets(before, difference, /*enterChildren=*/false);

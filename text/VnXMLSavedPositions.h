@@ -1,9 +1,9 @@
 #pragma once
 
+#include "text/VnXMLDocument.h"
+
 #include <cstdint>
 #include <memory>
-
-#include "text/VnXMLDocument.h"
 
 /// One entry of the table of saved positions.
 struct VnXMLDocument::CSavedPosition {

@@ -1,8 +1,8 @@
 #include "text/VnXMLScanner.h"
 
-#include <cwchar>
-
 #include "text/VnXMLDocument.h"
+
+#include <cwchar>
 
 bool VnXMLScanner::IsSameFolded(wchar_t left, wchar_t right) const {
     return (Flags & VnXMLDocument::kIgnoreCase) != 0
@@ -42,7 +42,8 @@ int32_t VnXMLScanner::NextToken(VnXMLToken& token) {
     return token.Type;
 }
 
-/// Finds the type and the end of what "<" opens. Null when the text ends first; the type is set then too.
+/// Finds the type and the end of what "<" opens. Null when the text ends first; the type is set
+/// then too.
 const wchar_t* VnXMLScanner::ScanMarkup(const wchar_t* at, VnXMLToken& token) {
     if (IsNameStart(at[1])) {
         token.Type = VnXMLDocument::kNodeElement;
@@ -90,7 +91,8 @@ const wchar_t* VnXMLScanner::ScanExclamation(const wchar_t* at, VnXMLToken& toke
     }
 }
 
-/// A declaration ends at the first ">" of its own level. A bad item inside makes an error token of all of it.
+/// A declaration ends at the first ">" of its own level. A bad item inside makes an error token of
+/// all of it.
 const wchar_t* VnXMLScanner::ScanDeclaration(const wchar_t* at, VnXMLToken& token) {
     while (*at != L'>') {
         if (*at == 0) {
@@ -137,7 +139,8 @@ const wchar_t* VnXMLScanner::ScanError(const wchar_t* at, VnXMLToken& token, con
     return FindErrorEnd(at + 1);
 }
 
-/// Behind the next ">", or at the next "<" if that comes first; null when the text ends before both.
+/// Behind the next ">", or at the next "<" if that comes first; null when the text ends before
+/// both.
 const wchar_t* VnXMLScanner::FindErrorEnd(const wchar_t* at) {
     while (*at != L'>' && *at != L'<') {
         if (*at == 0) {
@@ -148,8 +151,9 @@ const wchar_t* VnXMLScanner::FindErrorEnd(const wchar_t* at) {
     return *at == L'>' ? at + 1 : at;
 }
 
-/// Behind the first `closing`, which ends in ">", whose ">" stands at or behind `at`; its other characters
-/// may lie ahead of `at`, down to the token's opening ones. Null when the text ends first.
+/// Behind the first `closing`, which ends in ">", whose ">" stands at or behind `at`; its other
+/// characters may lie ahead of `at`, down to the token's opening ones. Null when the text ends
+/// first.
 const wchar_t* VnXMLScanner::FindClosing(const wchar_t* at, const wchar_t* closing) {
     const auto ahead = static_cast<int32_t>(std::wcslen(closing)) - 1;
     for (; *at != 0; ++at) {

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <cstdint>
-
 #include "core/VnString.h"
 #include "core/VnTextFolding.h"
+
+#include <cstdint>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
-/// What VnXMLScanner::NextToken found. A name is a place in the scanner's text, so that a token costs no
-/// string; only an error token makes one, for its message.
+/// What VnXMLScanner::NextToken found. A name is a place in the scanner's text, so that a token
+/// costs no string; only an error token makes one, for its message.
 struct VnXMLToken {
     /// Types beside the VnXMLDocument::NodeTypes.
     enum Types : int32_t {
@@ -52,10 +52,13 @@ class VnXMLScanner {
 public:
     /// `text` is not copied. `documentFlags` are those of VnXMLDocument.
     VnXMLScanner(const wchar_t* text, int32_t length, uint32_t documentFlags, int32_t start = 0)
-        : Next(start), Text(text), Flags(documentFlags), Length(length) {}
+        : Next(start)
+        , Text(text)
+        , Flags(documentFlags)
+        , Length(length) {}
 
-    /// Reads the token at Next, moves Next behind it and returns its type. At the end that is kEnd, with
-    /// length 0, again and again.
+    /// Reads the token at Next, moves Next behind it and returns its type. At the end that is kEnd,
+    /// with length 0, again and again.
     int32_t NextToken(VnXMLToken& token);
 
     /// Reads the start tag that begins at Next. False, and no move, when the text ends inside it.
@@ -64,9 +67,7 @@ public:
     bool ScanEndTag(VnXMLToken& token);
 
     /// Moves Next to the first "<" at or behind it, or to the end.
-    void SkipText() {
-        Next = static_cast<int32_t>(FindOpening(Text + Next, Text + Length) - Text);
-    }
+    void SkipText() { Next = static_cast<int32_t>(FindOpening(Text + Next, Text + Length) - Text); }
 
     /// Whether both runs of `length` characters are the same name.
     bool IsSameName(const wchar_t* left, const wchar_t* right, int32_t length) const {
@@ -107,6 +108,7 @@ public:
 private:
     static constexpr VnXMLCharacterSet kNameEnds{" \t\n\r/>"};
     static constexpr VnXMLCharacterSet kTagStops{"\"'>"};
+    static constexpr VnXMLCharacterSet kNameStops{" \t\n\r/>\"'"};
 
     bool IsSameFolded(wchar_t left, wchar_t right) const;
     static const wchar_t* FindOpening(const wchar_t* at, const wchar_t* end);
@@ -132,8 +134,9 @@ private:
     }
 };
 
-/// First "<" or zero character at or behind `at`. Most of a document is text, so this looks at eight
-/// characters at a time and only then at single ones; it never reads behind `end`, where a zero stands.
+/// First "<" or zero character at or behind `at`. Most of a document is text, so this looks at
+/// eight characters at a time and only then at single ones; it never reads behind `end`, where a
+/// zero stands.
 inline const wchar_t* VnXMLScanner::FindOpening(const wchar_t* at, const wchar_t* end) {
 #if defined(__SSE2__)
     static_assert(sizeof(wchar_t) == 4);
@@ -142,7 +145,8 @@ inline const wchar_t* VnXMLScanner::FindOpening(const wchar_t* at, const wchar_t
     for (; end - at >= 8; at += 8) {
         const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
         const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + 4));
-        const __m128i lowHits = _mm_or_si128(_mm_cmpeq_epi32(low, opening), _mm_cmpeq_epi32(low, zero));
+        const __m128i lowHits =
+            _mm_or_si128(_mm_cmpeq_epi32(low, opening), _mm_cmpeq_epi32(low, zero));
         const __m128i highHits =
             _mm_or_si128(_mm_cmpeq_epi32(high, opening), _mm_cmpeq_epi32(high, zero));
         // Two bits for each of the eight characters.
@@ -179,8 +183,13 @@ inline const wchar_t* VnXMLScanner::FindTagEnd(const wchar_t* at) {
 
 inline bool VnXMLScanner::ScanStartTag(VnXMLToken& token) {
     const wchar_t* const at = Text + Next;
-    const wchar_t* const nameEnd = FindNameEnd(at + 1);
+    const wchar_t* nameEnd = at + 1;
+    while (!kNameStops.Has(*nameEnd)) {
+        ++nameEnd;
+    }
+    // A quote that stands in the name itself counts for the end of the tag, as any other.
     const wchar_t* const end = FindTagEnd(nameEnd);
+    nameEnd = FindNameEnd(nameEnd);
     if (*end == 0) {
         return false;
     }

@@ -1,7 +1,6 @@
+#include "core/VnHexDigits.h"
 #include "text/VnXMLDocument.h"
 #include "text/VnXMLScanner.h"
-
-#include "core/VnHexDigits.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -17,11 +16,12 @@ struct NamedEntity {
 };
 
 constexpr NamedEntity kEntities[] = {
-    {L"lt;", 3, L'<'}, {L"amp;", 4, L'&'}, {L"gt;", 3, L'>'}, {L"apos;", 5, L'\''}, {L"quot;", 5, L'"'},
+    {L"lt;", 3, L'<'},    {L"amp;", 4, L'&'},  {L"gt;", 3, L'>'},
+    {L"apos;", 5, L'\''}, {L"quot;", 5, L'"'},
 };
 
-/// Reads the number of a reference in [`at`, `end`), ahead of its ";": white space, a sign and digits, as strtol
-/// reads them. Seven characters cannot exceed 32 bits. 0 when there is no number.
+/// Reads the number of a reference in [`at`, `end`), ahead of its ";": white space, a sign and
+/// digits, as strtol reads them. Seven characters cannot exceed 32 bits. 0 when there is no number.
 int32_t ReadNumber(const wchar_t* at, const wchar_t* end, int32_t base) {
     while (at < end && VnStringGlobals::IsSpace(*at)) {
         ++at;
@@ -41,8 +41,8 @@ int32_t ReadNumber(const wchar_t* at, const wchar_t* end, int32_t base) {
     return negative ? -value : value;
 }
 
-/// Decodes the reference at the "&" at `at`. Gives its character and moves `at` behind it; 0, and no move, when
-/// there is none.
+/// Decodes the reference at the "&" at `at`. Gives its character and moves `at` behind it; 0, and
+/// no move, when there is none.
 wchar_t DecodeReference(const wchar_t*& at, const wchar_t* end) {
     const wchar_t* number = at + 1;
     if (number < end && *number == L'#') {
@@ -95,11 +95,11 @@ VnString VnXMLDocument::EncodeValue(const VnString& value, uint32_t options) {
     if ((options & kInsertCDATA) != 0) {
         return EncodeCDATA(value);
     }
-    constexpr int32_t kTextEscapes =
-        2 | VnString::kEscapeControl | VnString::kEscapeControlAsMark;
+    constexpr int32_t kTextEscapes = 2 | VnString::kEscapeControl | VnString::kEscapeControlAsMark;
     constexpr int32_t kQuoteEscapes = VnString::kEscapeApostrophe | VnString::kEscapeQuote;
     VnString result = value;
-    result.EscapeXML((options & kInsertEscapeQuotes) != 0 ? kTextEscapes | kQuoteEscapes : kTextEscapes);
+    result.EscapeXML((options & kInsertEscapeQuotes) != 0 ? kTextEscapes | kQuoteEscapes
+                                                          : kTextEscapes);
     return result;
 }
 
@@ -110,9 +110,12 @@ VnString VnXMLDocument::EncodeCDATA(const VnString& value) {
     return L"<![CDATA[" + result + L"]]>";
 }
 
-/// The text of a node that is to hold `text`. False for a type that cannot be written, and for a text that
-/// its type cannot hold.
-bool VnXMLDocument::CreateNodeText(int32_t type, const VnString& text, uint32_t options, VnString& out) {
+/// The text of a node that is to hold `text`. False for a type that cannot be written, and for a
+/// text that its type cannot hold.
+bool VnXMLDocument::CreateNodeText(int32_t type,
+                                   const VnString& text,
+                                   uint32_t options,
+                                   VnString& out) {
     switch (type) {
     case kNodeElement:
         out = L"<" + text + L"/>";
@@ -144,7 +147,8 @@ void VnXMLDocument::GetTagWord(int32_t index, const wchar_t*& word, int32_t& len
     length = static_cast<int32_t>(VnXMLScanner::FindNameEnd(word) - word);
 }
 
-/// The place behind the white space at `offset` when a tag or the end of the text follows it, else `offset`.
+/// The place behind the white space at `offset` when a tag or the end of the text follows it, else
+/// `offset`.
 int32_t VnXMLDocument::SkipWhiteSpaceToTag(int32_t offset) const {
     const wchar_t* const text = Text.GetText();
     int32_t at = offset;

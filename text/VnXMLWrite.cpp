@@ -5,18 +5,29 @@
 #include <cwchar>
 #include <limits>
 #include <new>
+#include <string_view>
 
 namespace {
 
 constexpr wchar_t kLineEnd[] = L"\r\n";
 
+std::wstring_view View(const VnString& text) {
+    return {text.GetText(), static_cast<size_t>(text.GetLength())};
+}
+
 } // namespace
 
-/// The splice that every change ends in. The text grows in steps of half its size, so that many small
-/// additions at its end cost no more than their own length.
-void VnXMLDocument::ReplaceText(int32_t offset, int32_t length, const VnString& text) {
+/// The splice that every change ends in: the three pieces take the place of `length` characters.
+/// The text grows in steps of half its size, so that many small additions at its end cost no more
+/// than their own length. The pieces must not lie in the text itself.
+void VnXMLDocument::ReplaceText(int32_t offset,
+                                int32_t length,
+                                std::wstring_view first,
+                                std::wstring_view second,
+                                std::wstring_view third) {
     const int32_t oldLength = Text.GetLength();
-    const int64_t wanted = int64_t{oldLength} - length + text.GetLength();
+    const size_t added = first.size() + second.size() + third.size();
+    const int64_t wanted = int64_t{oldLength} - length + static_cast<int64_t>(added);
     if (wanted >= std::numeric_limits<int32_t>::max()) {
         throw std::bad_array_new_length();
     }
@@ -28,10 +39,11 @@ void VnXMLDocument::ReplaceText(int32_t offset, int32_t length, const VnString& 
     }
     Flags |= kDocumentChanged;
     wchar_t* const buffer = Text.GetBuffer(room, /*exact=*/true, /*keepContents=*/true);
-    std::wmemmove(buffer + offset + text.GetLength(),
-                  buffer + offset + length,
-                  static_cast<size_t>(oldLength - offset - length));
-    std::wmemcpy(buffer + offset, text.GetText(), static_cast<size_t>(text.GetLength()));
+    wchar_t* at = buffer + offset;
+    std::wmemmove(at + added, at + length, static_cast<size_t>(oldLength - offset - length));
+    for (const std::wstring_view piece : {first, second, third}) {
+        at = std::copy(piece.begin(), piece.end(), at);
+    }
     Text.ReleaseBuffer(newLength);
     if (NodeType > kNodeElement && NodeOffset >= offset + length) {
         NodeOffset += newLength - oldLength;
@@ -55,7 +67,7 @@ bool VnXMLDocument::FindInsertPlace(uint32_t options, CInsertPlace& place) const
 void VnXMLDocument::PrepareInsert(CInsertPlace& place, uint32_t options) {
     const bool isBefore = (options & kInsertBefore) != 0;
     const bool isReplace = (options & kInsertReplace) != 0;
-    const VnString lineEnd = (options & kInsertNoLineEnd) != 0 ? L"" : kLineEnd;
+    const std::wstring_view lineEnd = (options & kInsertNoLineEnd) != 0 ? L"" : kLineEnd;
     const bool hasTags = place.Parent != 0;
     const int32_t contentStart = GetContentStart(place.Parent);
     const int32_t contentEnd = GetContentEnd(place.Parent);
@@ -66,8 +78,9 @@ void VnXMLDocument::PrepareInsert(CInsertPlace& place, uint32_t options) {
         const bool isSelfClosed = !Record(place.Parent).Has(kRecordNoEndTag);
         place.ReplacedLength = isSelfClosed ? 2 : 1;
         place.Offset = contentStart - place.ReplacedLength;
-        place.Ahead = L">" + lineEnd;
-        place.Behind += L"</" + name + L">";
+        place.Ahead = lineEnd.empty() ? L">" : L">\r\n";
+        place.EndTag = lineEnd.data() + (L"</" + name) + L">";
+        place.Behind = View(place.EndTag);
         place.EndTagLength = name.GetLength() + 3;
         return;
     }
@@ -95,18 +108,19 @@ void VnXMLDocument::PrepareInsert(CInsertPlace& place, uint32_t options) {
     }
 }
 
-/// Puts `text` into the document and corrects all offsets. The result is the offset at which it stands;
-/// the elements in it are up to the caller, who links them behind `place.Before`.
+/// Puts `text` into the document and corrects all offsets. The result is the offset at which it
+/// stands; the elements in it are up to the caller, who links them behind `place.Before`.
 int32_t VnXMLDocument::InsertText(CInsertPlace& place, const VnString& text, uint32_t options) {
     PrepareInsert(place, options);
-    const VnString whole = place.Ahead + text + place.Behind;
-    const int32_t difference = whole.GetLength() - place.ReplacedLength;
+    const auto ahead = static_cast<int32_t>(place.Ahead.size());
+    const auto behind = static_cast<int32_t>(place.Behind.size());
+    const int32_t difference = ahead + text.GetLength() + behind - place.ReplacedLength;
     const int32_t tagLength = place.EndTagLength > 0 ? GetStartTagLength(place.Parent) : 0;
     if ((options & kInsertReplace) != 0) {
         ReleaseChildren(place.Parent);
         Record(place.Parent).LevelAndFlags &= ~uint32_t{kRecordBadContent};
     }
-    ReplaceText(place.Offset, place.ReplacedLength, whole);
+    ReplaceText(place.Offset, place.ReplacedLength, place.Ahead, View(text), place.Behind);
     if (place.EndTagLength > 0) {
         CRecord& parent = Record(place.Parent);
         SetStartTagLength(parent, tagLength + 1 - place.ReplacedLength);
@@ -114,7 +128,7 @@ int32_t VnXMLDocument::InsertText(CInsertPlace& place, const VnString& text, uin
         parent.LevelAndFlags &= ~uint32_t{kRecordNoEndTag};
     }
     ShiftBehind(place.Parent, place.Before, difference);
-    return place.Offset + place.Ahead.GetLength();
+    return place.Offset + ahead;
 }
 
 /// Sets the cursor on a new element; 0 leaves it where it was, but for elements that were replaced.
@@ -140,15 +154,21 @@ bool VnXMLDocument::AddElement(const VnString& name, const wchar_t* value, uint3
     if (!FindInsertPlace(options, place) || (isStartTagOnly && hasValue)) {
         return false;
     }
-    VnString text = L"<" + name;
+    VnString text;
     if (hasValue) {
-        text += L">";
-        text += EncodeValue(value, options);
-        text += L"</" + name + L">";
-    } else if (isStartTagOnly) {
-        text += L">";
+        const VnString encoded = EncodeValue(value, options);
+        const int32_t length = name.GetLength();
+        text.GetBuffer(2 * length + encoded.GetLength() + 5, /*exact=*/true);
+        text.ReleaseBuffer(0);
+        text.Append(L"<", 1, name, length, L">", 1, encoded, encoded.GetLength());
+        text.Append(L"</", 2, name, length, L">", 1);
     } else {
-        text += (options & kInsertBlankBeforeSlash) != 0 ? L" />" : L"/>";
+        const bool hasBlank = (options & kInsertBlankBeforeSlash) != 0;
+        text.Append(L"<", 1, name, name.GetLength(),
+                    isStartTagOnly ? L">"
+                    : hasBlank     ? L" />"
+                                   : L"/>",
+                    -1);
     }
     const int32_t start = InsertText(place, text, options);
     const int32_t index = TakeRecord();
@@ -169,19 +189,22 @@ bool VnXMLDocument::AddElement(const VnString& name, const wchar_t* value, uint3
     return true;
 }
 
-bool VnXMLDocument::AddSubDocument(const VnString& text, uint32_t options) {
+bool VnXMLDocument::AddSubDocument(const VnString& source, uint32_t options) {
+    const VnString text = source; // which may be the text of this document
     CInsertPlace place;
     if (!FindInsertPlace(options, place) || text.IsEmpty()) {
         return false;
     }
     const int32_t top = ParseFragment(text, GetChildLevel(place.Parent));
     const int32_t element = Record(top).FirstChild;
-    const bool isWellFormed = element != 0 && !Record(top).Has(kRecordIllFormed);
-    if (!isWellFormed) {
+    const bool isIllFormed = Record(top).Has(kRecordIllFormed);
+    if (isIllFormed || element == 0) {
         ReleaseRecords(top);
         InsertText(place, text, options);
-        Record(place.Parent).LevelAndFlags |= kRecordBadContent;
-        Record(0).LevelAndFlags |= kRecordIllFormed;
+        if (isIllFormed) {
+            Record(place.Parent).LevelAndFlags |= kRecordBadContent;
+            Record(0).LevelAndFlags |= kRecordIllFormed;
+        }
         StandOnNew(place, 0, options);
         return false;
     }
@@ -196,7 +219,8 @@ bool VnXMLDocument::AddSubDocument(const VnString& text, uint32_t options) {
     return true;
 }
 
-bool VnXMLDocument::SetElementContent(const VnString& text) {
+bool VnXMLDocument::SetElementContent(const VnString& source) {
+    const VnString text = source; // which may be the text of this document
     if (MainPosition == 0 || NodeType > kNodeElement) {
         return false;
     }
@@ -221,7 +245,8 @@ bool VnXMLDocument::SetElementContent(const VnString& text) {
     return isWellFormed;
 }
 
-/// Removes an element with all below it, and the white space behind it when a tag or the end follows.
+/// Removes an element with all below it, and the white space behind it when a tag or the end
+/// follows.
 void VnXMLDocument::RemoveRecord(int32_t index) {
     const int32_t parent = Record(index).Parent;
     const int32_t before = GetPrevious(index);
@@ -230,7 +255,7 @@ void VnXMLDocument::RemoveRecord(int32_t index) {
     Unlink(index);
     ReleaseRecords(index);
     DropRemovedPositions();
-    ReplaceText(start, length, VnString());
+    ReplaceText(start, length);
     ShiftBehind(parent, before, -length);
 }
 

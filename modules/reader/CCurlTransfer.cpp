@@ -8,7 +8,8 @@
 namespace {
 
 constexpr long kMaximumRedirects = 20;
-constexpr int kPollMS = 250; ///< a wake-up that got lost costs no more than this
+constexpr long kWholeBody = 200; ///< the status of an answer that ignores a range
+constexpr int kPollMS = 250;     ///< a wake-up that got lost costs no more than this
 constexpr char kUserAgent[] = "Tonehall/34";
 
 using Clock = std::chrono::steady_clock;
@@ -67,8 +68,6 @@ void CCurlTransfer::AddHeaderLine(const std::string& line) {
     }
     long status = 0;
     curl_easy_getinfo(Easy.get(), CURLINFO_RESPONSE_CODE, &status);
-    char* next = nullptr; // where libcurl is about to go on its own
-    curl_easy_getinfo(Easy.get(), CURLINFO_REDIRECT_URL, &next);
     HeadComplete = status >= 200 && (status < 300 || status >= 400);
 }
 
@@ -148,8 +147,12 @@ bool CCurlTransfer::Open(const CCurlRequest& request) {
     }
     const bool reached = PumpUntil(&CCurlTransfer::HasHead);
     CollectInfo();
-    if (!reached || (Done && Result != CURLE_OK)) {
+    // A body that breaks off is the reader's to find: its first bytes are here.
+    if (!reached || (!HeadComplete && Result != CURLE_OK)) {
         return false;
+    }
+    if (request.RangeStart > 0 && Response.StatusCode == kWholeBody) {
+        return false; // the server sends all of it, from the start
     }
     return Response.StatusCode < 400 ? Response.StatusCode != 304 : request.SucceedOnError;
 }

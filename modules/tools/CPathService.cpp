@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <string>
 
 namespace {
@@ -52,6 +53,9 @@ bool CPathService::IsPathAvailable(const wchar_t* path) {
         struct stat record = {};
         if (::stat(prefix.c_str(), &record) == 0) {
             return S_ISDIR(record.st_mode);
+        }
+        if (errno != ENOENT) {
+            return false; // below a file, forbidden, or no path at all
         }
         while (!prefix.empty() && prefix.back() == '/') {
             prefix.pop_back();

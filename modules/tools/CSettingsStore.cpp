@@ -2,6 +2,7 @@
 
 #include "core/VnString.h"
 #include "modules/tools/CApplicationInfo.h"
+#include "modules/tools/CaseFolding.h"
 #include "modules/tools/ToolsText.h"
 
 #include <cstdio>
@@ -33,7 +34,9 @@ constexpr char kDeleteValue[] = "DELETE FROM Entries WHERE Key = ?1 AND Fold = ?
 /// The form of a name that all its spellings share.
 std::string Folded(const std::string& name) {
     VnString text = VnString::FromFileSystemText(name.c_str(), static_cast<int64_t>(name.size()));
-    text.MakeLower();
+    for (int32_t i = 0; i < text.GetLength(); i++) {
+        text.SetAt(i, CaseFolding::Fold(text[i]));
+    }
     return ToUTF8(text);
 }
 

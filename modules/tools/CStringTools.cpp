@@ -2,13 +2,12 @@
 
 #include "core/VnString.h"
 #include "modules/tools/CSettingsStore.h"
+#include "modules/tools/CaseFolding.h"
 
 #include <unicode/locid.h>
-#include <unicode/uchar.h>
 #include <unicode/ustring.h>
 
 #include <algorithm>
-#include <array>
 #include <cwchar>
 
 namespace {
@@ -17,35 +16,11 @@ constexpr char kDefaultArticles[] = "the;a;an";
 constexpr int32_t kCompareIgnoreArticle = 1;
 constexpr int32_t kCompareCodes = 2;
 
-/// Folded forms of the characters that most texts are made of: Latin, Greek and Cyrillic.
-constexpr wchar_t kTableSize = 0x600;
-
-struct FoldTable {
-    FoldTable() {
-        for (wchar_t ch = 0; ch < kTableSize; ch++) {
-            Folded[static_cast<size_t>(ch)] =
-                static_cast<wchar_t>(u_foldCase(static_cast<UChar32>(ch), U_FOLD_CASE_DEFAULT));
-        }
-    }
-    std::array<wchar_t, kTableSize> Folded{};
-};
-
-const wchar_t* GetFoldTable() {
-    static const FoldTable table;
-    return table.Folded.data();
-}
-
-wchar_t Fold(const wchar_t* table, wchar_t ch) {
-    return static_cast<uint32_t>(ch) < static_cast<uint32_t>(kTableSize)
-               ? table[ch]
-               : static_cast<wchar_t>(u_foldCase(static_cast<UChar32>(ch), U_FOLD_CASE_DEFAULT));
-}
-
 /// Whether `text` at `at` begins with the folded `prefix`. Stops at the text's terminator by
 /// itself.
 bool StartsWithFolded(const wchar_t* table, const wchar_t* at, const std::wstring& prefix) {
     for (const wchar_t ch : prefix) {
-        if (Fold(table, *at) != ch) {
+        if (CaseFolding::Fold(table, *at) != ch) {
             return false;
         }
         at++;
@@ -62,10 +37,10 @@ icu::UnicodeString ToUnicode(const wchar_t* text, int32_t maximum) {
 }
 
 int32_t CompareCodes(const wchar_t* a, const wchar_t* b, bool flag, int32_t maximum) {
-    const wchar_t* const table = GetFoldTable();
+    const wchar_t* const table = CaseFolding::GetTable();
     for (int32_t i = 0; i != maximum; i++) {
-        const wchar_t left = flag ? a[i] : Fold(table, a[i]);
-        const wchar_t right = flag ? b[i] : Fold(table, b[i]);
+        const wchar_t left = flag ? a[i] : CaseFolding::Fold(table, a[i]);
+        const wchar_t right = flag ? b[i] : CaseFolding::Fold(table, b[i]);
         if (left != right) {
             return left < right ? -1 : 1;
         }
@@ -92,15 +67,17 @@ int32_t CStringTools::FindNoCase(
     if (count == 0) {
         return start;
     }
-    const wchar_t* const table = GetFoldTable();
-    const wchar_t first = Fold(table, text[0]);
+    const wchar_t* const table = CaseFolding::GetTable();
+    const wchar_t first = CaseFolding::Fold(table, text[0]);
     const int32_t last = length - count;
     for (int32_t at = start; at <= last; at++) {
-        if (Fold(table, source[at]) != first) {
+        if (CaseFolding::Fold(table, source[at]) != first) {
             continue;
         }
         int32_t same = 1;
-        while (same < count && Fold(table, source[at + same]) == Fold(table, text[same])) {
+        while (same < count
+               && CaseFolding::Fold(table, source[at + same])
+                      == CaseFolding::Fold(table, text[same])) {
             same++;
         }
         if (same == count) {
@@ -160,11 +137,11 @@ const std::vector<std::wstring>& CStringTools::GetArticles() {
         const auto* stored = std::get_if<std::string>(&value);
         const VnString list =
             VnString::FromUTF8(stored == nullptr ? kDefaultArticles : stored->c_str());
-        const wchar_t* const table = GetFoldTable();
+        const wchar_t* const table = CaseFolding::GetTable();
         std::wstring article;
         for (const wchar_t* at = list;; at++) {
             if (*at != L';' && *at != 0) {
-                article += Fold(table, *at);
+                article += CaseFolding::Fold(table, *at);
                 continue;
             }
             if (!article.empty()) {
@@ -183,7 +160,7 @@ int32_t CStringTools::GetLeadingArticleLength(const wchar_t* text) {
     if (text == nullptr) {
         return 0;
     }
-    const wchar_t* const table = GetFoldTable();
+    const wchar_t* const table = CaseFolding::GetTable();
     for (const std::wstring& article : GetArticles()) {
         // An article stands ahead of something.
         if (StartsWithFolded(table, text, article) && text[article.size()] == L' '
@@ -196,7 +173,7 @@ int32_t CStringTools::GetLeadingArticleLength(const wchar_t* text) {
 
 int32_t CStringTools::GetTrailingArticleLength(const wchar_t* text) {
     const size_t length = text == nullptr ? 0 : std::wcslen(text);
-    const wchar_t* const table = GetFoldTable();
+    const wchar_t* const table = CaseFolding::GetTable();
     for (const std::wstring& article : GetArticles()) {
         const size_t needed = article.size() + 2;
         if (length <= needed) {

@@ -60,6 +60,8 @@ public:
         return !Path.IsEmpty();
     }
 
+    void SetTitle(const VnString& title) { Title = title; }
+
 private:
     std::unique_ptr<CMediaFile> File; ///< null for an entry of a playlist
     VnString Path;
@@ -89,23 +91,33 @@ IVnTagReaderItem* CTagReader::GetItem(int32_t index) {
     return index >= 0 && index < GetCount() ? Items[static_cast<size_t>(index)].get() : nullptr;
 }
 
-/// Entries in document order. Of an entry with several sources the first is taken; a list that is
-/// not well-formed gives what can be made out.
+/// Entries in document order. Of an entry with several sources the first is taken. The elements are
+/// walked one by one, whatever stands inside what, so that a list with missing end tags is read
+/// too.
 void CTagReader::ReadPlaylist(const VnString& path) {
     VnXMLDocument document;
-    document.SetDocument(LoadText(path));
+    document.SetDocument(
+        LoadText(path)); // false for a sloppy list, whose elements are there all the same
     document.ResetPosition();
-    while (document.FindElement(L"//entry")) {
-        const VnString source = document.GetChildAttribute(L"ref", L"href");
-        if (!source.IsEmpty()) {
-            Items.push_back(std::make_unique<CItem>(source, document.GetChildData(L"title")));
-        }
-    }
-    document.ResetPosition();
-    while (document.FindElement(L"//entryref")) {
-        const VnString source = document.GetAttribute(document.GetMainPosition(), L"href");
-        if (!source.IsEmpty()) {
+    bool hasSource = false; // of the present entry
+    VnString title;         // of the present entry, when it stands ahead of its source
+    while (document.FindElement(L"//*")) {
+        const int32_t element = document.GetMainPosition();
+        const VnString name = document.GetTagName(element);
+        const VnString source = document.GetAttribute(element, L"href");
+        if (name.EqualsNoCase(L"entry")) {
+            hasSource = false;
+            title.Empty();
+        } else if (name.EqualsNoCase(L"title")) {
+            title = document.GetData(element);
+            if (hasSource) {
+                Items.back()->SetTitle(title);
+            }
+        } else if (name.EqualsNoCase(L"entryref") && !source.IsEmpty()) {
             Items.push_back(std::make_unique<CItem>(source, VnString()));
+        } else if (name.EqualsNoCase(L"ref") && !source.IsEmpty() && !hasSource) {
+            Items.push_back(std::make_unique<CItem>(source, title));
+            hasSource = true;
         }
     }
 }

@@ -1,6 +1,6 @@
 vn_add_test(core/VnBufferDigestsTest.cpp)
 vn_add_test(core/VnStringBase64Test.cpp)
-vn_add_test(core/VnStringCapitalizeTest.cpp DEPENDS VnTools)
+vn_add_test(core/VnStringCapitalizeTest.cpp DEPENDS VnTools VnReader)
 vn_add_test(core/VnStringEscapesTest.cpp)
 vn_add_test(core/VnStringNamesTest.cpp)
 vn_add_test(core/VnStringReplaceTest.cpp DEPENDS VnTools)

@@ -17,6 +17,10 @@
 
 namespace {
 
+static_assert(sizeof(VnNumberArray<int>) == 32);
+static_assert(sizeof(VnStringArray) == 32);
+static_assert(sizeof(VnOwnedPtrArray<int, false>) == 40);
+
 TEST(VnArrayGrowth, TakesTheBuiltInCapacities) {
     struct {
         int32_t Count;
@@ -50,6 +54,14 @@ TEST(VnArrayGrowth, FollowsAGrowStep) {
         numbers.SetGrowStep(row.Step);
         numbers.SetSize(row.Count);
         EXPECT_EQ(numbers.GetCapacity(), row.Capacity) << row.Step << " for " << row.Count;
+    }
+}
+
+TEST(VnArrayGrowth, TakesAStepThatIsJustLargeEnough) {
+    for (const int32_t count : {4, 64, 256, 1024, 4096, 16384, 65536}) {
+        VnNumberArray<int> numbers;
+        numbers.SetSize(count);
+        EXPECT_EQ(numbers.GetCapacity(), count);
     }
 }
 
@@ -117,16 +129,25 @@ TEST(VnArraySetSize, FillsWithEmptyTextsAndClearsFreedSlots) {
 }
 
 TEST(VnArrayAdd, TakesValuesFromTheArrayItself) {
-    VnStringArray strings;
-    strings.Add(L"first text");
-    for (int32_t index = 0; index < 300; ++index) {
-        strings.Add(strings[0]);
-        strings.InsertAt(0, strings[strings.GetCount() - 1]);
+    for (const int32_t count : {1, 2, 4, 64, 100}) {
+        for (const bool full : {true, false}) {
+            SCOPED_TRACE(testing::Message() << count << (full ? ", full" : ", with room"));
+            VnStringArray strings;
+            strings.Reserve(full ? count : count + 8);
+            strings.AppendNumbers(0, count - 1);
+            VnStringArray twin = strings;
+            twin.Reserve(full ? count : count + 8);
+            strings.Add(strings[0]);
+            EXPECT_EQ(strings[count], L"0");
+            twin.InsertAt(0, twin[count - 1]);
+            EXPECT_EQ(twin[0], VnString::FromInt(count - 1));
+            EXPECT_EQ(twin[count], VnString::FromInt(count - 1));
+            strings.Set(count, strings[count]);
+            strings.Append(strings);
+            EXPECT_EQ(strings.GetCount(), 2 * count + 2);
+            EXPECT_EQ(strings[2 * count + 1], L"0");
+        }
     }
-    strings.Set(5, strings[5]);
-    strings.Append(strings);
-    EXPECT_EQ(strings.GetCount(), 1202);
-    EXPECT_EQ(std::count(strings.begin(), strings.end(), VnString(L"first text")), 1202);
 }
 
 TEST(VnArrayCopy, IsIndependentAndCompares) {

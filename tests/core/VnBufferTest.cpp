@@ -6,9 +6,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -21,7 +23,8 @@ VnBuffer Make(const std::string& bytes) {
 }
 
 std::string Bytes(const VnBuffer& buffer) {
-    return {reinterpret_cast<const char*>(buffer.GetData()), static_cast<std::size_t>(buffer.GetSize())};
+    return {reinterpret_cast<const char*>(buffer.GetData()),
+            static_cast<std::size_t>(buffer.GetSize())};
 }
 
 struct EditCase {
@@ -36,7 +39,8 @@ const EditCase kEditCases[] = {
     {"append of itself", "ab", [](VnBuffer& b) { b.Append(b.GetData(), b.GetSize()); }, "abab"},
     {"append of null", "ab", [](VnBuffer& b) { b.Append(nullptr, 3); }, "ab"},
     {"append of less than nothing", "ab", [](VnBuffer& b) { b.Append("x", -1); }, "ab"},
-    {"reserve, zeroed and counted", "ab", [](VnBuffer& b) { b.Reserve(2, true, 0, true); }, std::string("ab\0\0", 4)},
+    {"reserve, zeroed and counted", "ab", [](VnBuffer& b) { b.Reserve(2, true, 0, true); },
+     std::string("ab\0\0", 4)},
     {"reserve, not counted", "ab", [](VnBuffer& b) { std::memset(b.Reserve(9), 'x', 9); }, "ab"},
     {"set its own tail", "abcd", [](VnBuffer& b) { b.Set(b.GetData() + 2, 2); }, "cd"},
     {"set nothing", "abcd", [](VnBuffer& b) { b.Set(nullptr, 2); }, ""},
@@ -56,8 +60,18 @@ const EditCase kEditCases[] = {
     {"pad", "abcde", [](VnBuffer& b) { b.Pad(4, '.'); }, "abcde..."},
     {"pad of a multiple", "abcd", [](VnBuffer& b) { b.Pad(4, '.'); }, "abcd"},
     {"pad of no multiple", "abc", [](VnBuffer& b) { b.Pad(0, '.'); }, "abc"},
-    {"compact", "abc", [](VnBuffer& b) { b.Reserve(100); b.Compact(); }, "abc"},
-    {"assigned to itself", "abc", [](VnBuffer& b) { const VnBuffer& same = b; b = same; }, "abc"},
+    {"compact", "abc",
+     [](VnBuffer& b) {
+         b.Reserve(100);
+         b.Compact();
+     },
+     "abc"},
+    {"assigned to itself", "abc",
+     [](VnBuffer& b) {
+         const VnBuffer& same = b;
+         b = same;
+     },
+     "abc"},
     // x = 1 * 214013 + 2531011 = 2745024 = 0x29E2C0; then 0x80061FC4 after one more step.
     {"random", "ab", [](VnBuffer& b) { b.FillRandom(1); }, "\x29\x23"},
 };
@@ -147,7 +161,7 @@ TEST(VnBuffer, Finds) {
 }
 
 TEST(VnBuffer, Bits) {
-    const VnBuffer buffer = Make("\xA5\x0F\xFF\x00\x81");
+    const VnBuffer buffer = Make(std::string("\xA5\x0F\xFF\x00\x81", 5));
     EXPECT_EQ(buffer.GetBits(0, 4), 0xAU);
     EXPECT_EQ(buffer.GetBits(4, 8), 0x50U);
     EXPECT_EQ(buffer.GetBits(0, 32), 0xA50FFF00U);
@@ -164,7 +178,8 @@ class Pieces final : public VnBuffer::IStream {
 public:
     Pieces(std::string bytes, bool fails) : Left(std::move(bytes)), Fails(fails) {}
     int32_t Read(void* target, int32_t count) override {
-        const std::size_t size = std::min({Left.size(), static_cast<std::size_t>(count), std::size_t{70000}});
+        const std::size_t size =
+            std::min({Left.size(), static_cast<std::size_t>(count), std::size_t{70000}});
         std::memcpy(target, Left.data(), size);
         Left.erase(0, size);
         return size == 0 && Fails ? -1 : static_cast<int32_t>(size);
@@ -173,6 +188,27 @@ public:
 private:
     std::string Left;
     bool Fails;
+};
+
+/// Lets no file of this process grow beyond a size for the length of a scope.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &Before);
+        const rlimit limited{bytes, Before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+        Handler = std::signal(SIGXFSZ, SIG_IGN);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &Before);
+        static_cast<void>(std::signal(SIGXFSZ, Handler));
+    }
+
+private:
+    rlimit Before{};
+    void (*Handler)(int) = SIG_DFL;
 };
 
 TEST(VnBuffer, StreamsAndFiles) {
@@ -195,8 +231,13 @@ TEST(VnBuffer, StreamsAndFiles) {
     EXPECT_TRUE(VnBuffer().SaveToFile(ToText(folder / "empty")));
     EXPECT_TRUE(folder.Exists("empty"));
     EXPECT_FALSE(buffer.SaveToFile(ToText(folder / "a/b/file.bin/under")));
-    EXPECT_FALSE(buffer.SaveToFile(L"/dev/full"));
     EXPECT_FALSE(buffer.SaveToFile(L""));
+    {
+        // The first write takes half of the bytes, the second fails.
+        const FileSizeLimit limit(100000);
+        EXPECT_FALSE(buffer.SaveToFile(ToText(folder / "limited")));
+    }
+    EXPECT_EQ(folder.Read("limited").size(), 100000U);
 }
 
 } // namespace

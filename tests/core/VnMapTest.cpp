@@ -98,6 +98,7 @@ TEST(VnMapTable, HashesByTheLow32BitsAndComparesAll) {
 }
 
 TEST(VnMapTable, NodesOfSetsHoldTheKeyOnly) {
+    static_assert(sizeof(NumberMap) == 32);
     EXPECT_EQ((VnUniqueList<unsigned long, unsigned long>().GetNodeSize()), 16);
     EXPECT_EQ((VnStringCRCUniqueList<false>().GetNodeSize()), 16);
     EXPECT_EQ((VnStringUniqueList<VnString, false>().GetNodeSize()), 24);
@@ -167,6 +168,45 @@ TEST(VnMapModel, MatchesAStandardMapOverRandomSteps) {
     }
 }
 
+/// Texts of every length around the steps of the hash and of the compare, in random letter case.
+TEST(VnMapModel, FoldedKeysMatchAMapOfLowerCaseTexts) {
+    std::mt19937 random(9);
+    VnStringMap<VnString, false, int, int, false> subject;
+    std::map<std::wstring, int> model;
+    for (int step = 0; step < 20000; ++step) {
+        std::wstring lower(random() % 21, L'x');
+        std::wstring spelled = lower;
+        for (size_t index = 0; index < lower.size(); ++index) {
+            // Mostly one letter, so that many keys differ in a single place.
+            lower[index] = random() % 8 == 0 ? L'q' : L'x';
+            spelled[index] = static_cast<wchar_t>(lower[index] - (random() % 2 == 0 ? 32 : 0));
+        }
+        if (random() % 3 == 0) {
+            ASSERT_EQ(subject.RemoveKey(spelled.c_str()), model.erase(lower) > 0);
+        } else {
+            ASSERT_EQ(subject.SetAt(VnString(spelled.c_str()), step, /*overwrite=*/false),
+                      model.emplace(lower, step).second);
+        }
+    }
+    EXPECT_EQ(subject.GetCount(), static_cast<int32_t>(model.size()));
+    for (const auto& [key, value] : model) {
+        const int* found = subject.Lookup(key.c_str());
+        ASSERT_NE(found, nullptr);
+        EXPECT_EQ(*found, value);
+    }
+}
+
+TEST(VnStringMapKeys, ShareTheTextAndEndAtAZeroCharacter) {
+    TextMap map;
+    const VnString key = L"shared";
+    map.SetAt(key, VnString());
+    EXPECT_EQ(map.GetFirst().Item->Key.GetText(), key.GetText());
+    map.SetAt(VnString(L"cut\0here", 8), VnString(L"1"));
+    EXPECT_TRUE(map.Contains(L"CUT"));
+    EXPECT_TRUE(map.RemoveKey(VnString(L"cut\0there", 9)));
+    EXPECT_EQ(map.GetCount(), 1);
+}
+
 TEST(VnStringMapKeys, FoldOrCompareExactly) {
     TextMap folding;
     EXPECT_TRUE(folding.SetAt(L"Name", VnString(L"1")));
@@ -185,6 +225,23 @@ TEST(VnStringMapKeys, FoldOrCompareExactly) {
     exact.SetAt(L"Name", 1);
     EXPECT_EQ(exact.Lookup(L"name"), nullptr);
     EXPECT_NE(exact.Lookup(L"Name"), nullptr);
+}
+
+TEST(VnStringMapKeys, DifferInAnyPlace) {
+    const TextMap folding;
+    const ExactMap exact;
+    for (size_t length = 1; length <= 20; ++length) {
+        const std::wstring text(length, L'x');
+        for (size_t place = 0; place < length; ++place) {
+            std::wstring other = text;
+            other[place] = L'X';
+            EXPECT_TRUE(folding.KeysEqual(text.c_str(), other.c_str())) << length << ", " << place;
+            EXPECT_FALSE(exact.KeysEqual(text.c_str(), other.c_str())) << length << ", " << place;
+            other[place] = L'q';
+            EXPECT_FALSE(folding.KeysEqual(text.c_str(), other.c_str())) << length << ", " << place;
+        }
+        EXPECT_FALSE(folding.KeysEqual(text.c_str(), (text + L'x').c_str()));
+    }
 }
 
 TEST(VnStringMapKeys, TakeNullAsEmpty) {
@@ -338,6 +395,10 @@ TEST(VnUniqueStringArray, KeepsTheOrderAndRefusesDuplicates) {
     folding.Empty();
     EXPECT_FALSE(folding.Contains(L"B"));
     EXPECT_EQ(folding.Add(L"a"), 0);
+
+    // 'a' * 0x1003F + 0x100A0 is 'b' * 0x1003F + 'a': equal hashes count as the same text.
+    EXPECT_EQ(folding.Add(L"a\U000100a0"), 1);
+    EXPECT_EQ(folding.Add(L"ba"), -1);
 
     VnUniqueStringArray exact(/*caseFlag=*/true);
     EXPECT_EQ(exact.Add(L"a"), 0);

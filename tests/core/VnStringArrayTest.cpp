@@ -89,6 +89,18 @@ TEST(VnStringArraySplit, TakesTextAndSeparatorFromTheArray) {
     VnStringArray strings = ToArray({L"a;b;c", L";"});
     strings.Split(strings[0], strings[1]);
     EXPECT_EQ(ToTexts(strings), (Texts{L"a", L"b", L"c"}));
+
+    VnString numbers;
+    for (int number = 0; number < 300; ++number) {
+        numbers.AppendFormat(L"%d;", number);
+    }
+    for (const int32_t place : {0, 5}) {
+        strings.SetSize(0);
+        strings.SetSize(400);
+        strings[place] = numbers;
+        ASSERT_EQ(strings.Split(strings[place], L";"), 300);
+        EXPECT_EQ(strings.Join(L";") + L";", numbers);
+    }
     strings.SetSize(0);
     EXPECT_EQ(strings.SplitFirst(L","), 0);
 }
@@ -183,6 +195,17 @@ TEST(VnStringArrayRemoveDuplicates, KeepsTheFirstOfEachGroup) {
         VnStringArray strings = ToArray(texts);
         strings.RemoveDuplicates();
         EXPECT_EQ(ToTexts(strings), expected);
+    }
+}
+
+TEST(VnStringArrayRemoveDuplicates, ComparesTextsUpTo16ElementsAndHashesAbove) {
+    // 'a' * 0x1003F + 0x100A0 is 'b' * 0x1003F + 'a': two texts of equal hash.
+    for (const int32_t count : {16, 17}) {
+        VnStringArray strings = ToArray({L"a\U000100a0", L"ba"});
+        strings.AppendNumbers(1, count - 2);
+        strings.RemoveDuplicates();
+        EXPECT_EQ(strings.Contains(L"ba"), count == 16) << count;
+        EXPECT_EQ(strings.GetCount(), 16) << count;
     }
 }
 

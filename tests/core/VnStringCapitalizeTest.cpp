@@ -1,10 +1,13 @@
 #include "core/VnString.h"
 
-#include "files/VnResourceFiles.h"
+#include "files/VnFileSystem.h"
 #include "runtime/VnSiblingModules.h"
 #include "tests/support/TestText.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -14,9 +17,38 @@ struct Row {
     const wchar_t* After;
 };
 
+/// The word lists are read once a process, so they stand in the user's folder before any test.
+class VnStringCapitalize : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        const std::filesystem::path folder =
+            ToBytes(VnFileSystem::GetDirectoryUser()) + "Data/Custom Resources";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "CapitalizationExclusion.txt") << "the\r\nof\r\nAND\r\n";
+        std::ofstream(folder / "CapitalizationAllCaps.txt") << "usa\r\nREM";
+    }
+};
+
 } // namespace
 
-TEST(VnStringCapitalize, ModesWithoutALookAtTheLists) {
+TEST_F(VnStringCapitalize, TitlesUseTheWordLists) {
+    constexpr Row kRows[] = {
+        {kCapitalizeTitle, L"the end of the road", L"The End of the Road"},
+        {kCapitalizeTitle, L"THE TOP OF", L"The Top Of"},
+        {kCapitalizeTitle, L"rock-the (of) and roll", L"Rock-The (Of) And Roll"},
+        {kCapitalizeTitle, L"live in the usa", L"Live In the USA"},
+        {kCapitalizeEveryWord, L"end of rem", L"End Of REM"},
+        {kCapitalizeFirstWord, L"end of rem", L"End of REM"},
+        {kCapitalizeLower, L"END OF REM", L"end of rem"},
+    };
+    for (const Row& row : kRows) {
+        VnString text(row.Before);
+        text.Capitalize(row.Mode);
+        EXPECT_EQ(ToBytes(text), ToBytes(row.After)) << "mode " << row.Mode;
+    }
+}
+
+TEST_F(VnStringCapitalize, ModesOnWordsOutsideTheLists) {
     constexpr Row kRows[] = {
         {kCapitalizeEveryWord, L"o'brien", L"O'Brien"},
         {kCapitalizeEveryWord, L"i'm", L"I'm"},
@@ -39,7 +71,7 @@ TEST(VnStringCapitalize, ModesWithoutALookAtTheLists) {
     }
 }
 
-TEST(VnStringCapitalize, CleanUpStepsByTheirArguments) {
+TEST_F(VnStringCapitalize, CleanUpStepsByTheirArguments) {
     VnString text(L"some_song  --  ( live )");
     text.CleanUp(true, kCapitalizeNone, true, true, VnString::kArticleKeep, false, false);
     EXPECT_EQ(ToBytes(text), "some song - (live)");
@@ -57,7 +89,7 @@ TEST(VnStringCapitalize, CleanUpStepsByTheirArguments) {
     EXPECT_EQ(ToBytes(untouched), ToBytes(L"a_b  --\u2019"));
 }
 
-TEST(VnStringCapitalize, AGivenArticleMoves) {
+TEST_F(VnStringCapitalize, AGivenArticleMoves) {
     VnString text(L"the Beatles");
     text.MoveArticleToEnd(L"The");
     EXPECT_EQ(ToBytes(text), "Beatles, The");
@@ -70,7 +102,7 @@ TEST(VnStringCapitalize, AGivenArticleMoves) {
     EXPECT_EQ(ToBytes(theatre), "Theatre");
 }
 
-TEST(VnStringCapitalize, ArticlesOfTheToolsModuleMove) {
+TEST_F(VnStringCapitalize, ArticlesOfTheToolsModuleMove) {
     if (VnGetToolsRoot() == nullptr) {
         GTEST_SKIP() << "the tools module is not built: nothing is known about articles";
     }

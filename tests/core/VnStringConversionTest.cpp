@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <cwchar>
-
 #include <random>
 #include <string>
 #include <vector>
@@ -15,7 +14,8 @@
 namespace {
 
 std::string Bytes(const VnBuffer& buffer) {
-    return {reinterpret_cast<const char*>(buffer.GetData()), static_cast<std::size_t>(buffer.GetSize())};
+    return {reinterpret_cast<const char*>(buffer.GetData()),
+            static_cast<std::size_t>(buffer.GetSize())};
 }
 
 std::wstring Wide(const VnString& text) {
@@ -36,7 +36,13 @@ const DecodeCase kDecodeCases[] = {
     {"three bytes", "\xE2\x82\xAC", L"\u20AC", L"\u20AC"},
     {"four bytes", "\xF0\x9F\x98\x80", L"?", L"\U0001F600"},
     {"a byte alone", "\xE9", L"\u00E9", L"\xDCE9"},
-    {"a byte ahead of text", "\xC3" "A", L"\u00C3" L"A", L"\xDCC3" L"A"},
+    {"a byte ahead of text",
+     "\xC3"
+     "A",
+     L"\u00C3"
+     L"A",
+     L"\xDCC3"
+     L"A"},
     {"cut two", "a\xC3", L"a\u00C3", L"a\xDCC3"},
     {"cut three", "\xE2\x82", L"\u00E2\u0082", L"\xDCE2\xDC82"},
     {"cut four", "\xF0\x9F\x98", L"\u00F0\u009F\u0098", L"\xDCF0\xDC9F\xDC98"},
@@ -66,7 +72,8 @@ TEST(VnStringConversion, DecodesUTF8) {
             EXPECT_EQ(Wide(text), head + row.Lossless + L"end");
             EXPECT_EQ(text.GetText()[text.GetLength()], 0);
         }
-        const VnString alone = VnString::FromUTF8(row.In.data(), static_cast<int64_t>(row.In.size()));
+        const VnString alone =
+            VnString::FromUTF8(row.In.data(), static_cast<int64_t>(row.In.size()));
         EXPECT_EQ(Wide(alone), row.Lenient) << row.What;
     }
     VnString text(L"old");
@@ -74,6 +81,13 @@ TEST(VnStringConversion, DecodesUTF8) {
     EXPECT_TRUE(text.IsEmpty());
     text.SetUTF8("abc", 2);
     EXPECT_EQ(text, L"ab");
+    for (const char* whole : {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}) {
+        const auto cut = static_cast<int64_t>(std::strlen(whole)) - 1;
+        text.SetUTF8(whole, cut);
+        EXPECT_EQ(text.GetLength(), cut) << "no byte behind the length is read";
+        text.SetFileSystemText(whole, cut);
+        EXPECT_EQ(text.GetLength(), cut);
+    }
     text.SetUTF8("abc");
     EXPECT_EQ(text, L"abc");
 }
@@ -92,8 +106,18 @@ TEST(VnStringConversion, DecoderBufferSizes) {
 
 TEST(VnStringConversion, FileSystemTextGivesTheSameBytesBack) {
     std::mt19937 random(99);
-    const char* const pieces[] = {"a",        "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xC3", "\x80",
-                                  "\xED\xB2\x80", "\xF4\x90", "\xFF",         "\xC0\xAF",         "/",    "\xEF\xBF\xBD"};
+    const char* const pieces[] = {"a",
+                                  "\xC3\xA9",
+                                  "\xE2\x82\xAC",
+                                  "\xF0\x9F\x98\x80",
+                                  "\xC3",
+                                  "\x80",
+                                  "\xED\xB2\x80",
+                                  "\xF4\x90",
+                                  "\xFF",
+                                  "\xC0\xAF",
+                                  "/",
+                                  "\xEF\xBF\xBD"};
     for (int32_t round = 0; round < 5000; ++round) {
         std::string bytes;
         for (uint32_t i = random() % 8 + 1; i > 0; --i) {
@@ -115,13 +139,15 @@ TEST(VnStringConversion, EncodesUTF8) {
         {L"a\x7F", "a\x7F", "a\x7F"},
         {L"\x80\u07FF", "\xC2\x80\xDF\xBF", "\xC2\x80\xDF\xBF"},
         {L"\u0800\uFFFF", "\xE0\xA0\x80\xEF\xBF\xBF", "\xE0\xA0\x80\xEF\xBF\xBF"},
-        {L"\U00010000\U0010FFFF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+        {L"\U00010000\U0010FFFF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
+         "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
         {L"\xDC80\xDCFF", "\xED\xB2\x80\xED\xB3\xBF", "\x80\xFF"},
         {L"\xDC7F", "\xED\xB1\xBF", "\xED\xB1\xBF"},
         {std::wstring(40, L'x') + L"\u00E9" + std::wstring(17, L'y'),
          std::string(40, 'x') + "\xC3\xA9" + std::string(17, 'y'),
          std::string(40, 'x') + "\xC3\xA9" + std::string(17, 'y')},
-        {std::wstring(15, L'x') + L"\u0100", std::string(15, 'x') + "\xC4\x80", std::string(15, 'x') + "\xC4\x80"},
+        {std::wstring(15, L'x') + L"\u0100", std::string(15, 'x') + "\xC4\x80",
+         std::string(15, 'x') + "\xC4\x80"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Out);

@@ -27,7 +27,8 @@ const EditCase kEditCases[] = {
     // Append
     {"append of itself", L"ab", [](VnString& t) { t.Append(t); }, L"abab"},
     {"append of its own tail", L"abc", [](VnString& t) { t.Append(t.GetText() + 1); }, L"abcbc"},
-    {"append of its own terminator", L"abc", [](VnString& t) { t.Append(t.GetText() + 3); }, L"abc"},
+    {"append of its own terminator", L"abc", [](VnString& t) { t.Append(t.GetText() + 3); },
+     L"abc"},
     {"append with a count", L"a", [](VnString& t) { t.Append(L"xyz", 2); }, L"axy"},
     {"append of null", L"a", [](VnString& t) { t.Append(nullptr, 2); }, L"a"},
     {"append to empty", L"", [](VnString& t) { t.Append(VnString(L"xy")); }, L"xy"},
@@ -65,7 +66,8 @@ const EditCase kEditCases[] = {
     {"range at the start", L"abcd", [](VnString& t) { t.Remove(0, 2); }, L"cd"},
     {"range outside", L"abcd", [](VnString& t) { t.Remove(4, 1); }, L"abcd"},
     {"character", L"abab", [](VnString& t) { t.Remove(L'a'); }, L"bb"},
-    {"characters of a set", L"a-b_c\u2010", [](VnString& t) { t.RemoveChars(L"-_\u2010"); }, L"abc"},
+    {"characters of a set", L"a-b_c\u2010", [](VnString& t) { t.RemoveChars(L"-_\u2010"); },
+     L"abc"},
     {"characters of itself", L"abc", [](VnString& t) { t.RemoveChars(t.GetText() + 1); }, L"a"},
     {"all hits, folded", L"xAbxaBx", [](VnString& t) { t.RemoveAll(L"ab", false); }, L"xxx"},
     {"all hits, no overlap", L"aaa", [](VnString& t) { t.RemoveAll(L"aa"); }, L"a"},
@@ -84,8 +86,16 @@ const EditCase kEditCases[] = {
     {"from a character", L"a:b:c", [](VnString& t) { t.RemoveFrom(L':', true); }, L"a"},
     {"behind a text", L"a::b", [](VnString& t) { t.RemoveFrom(L"::", false); }, L"a::"},
     {"from a text that is missing", L"ab", [](VnString& t) { t.RemoveFrom(L"x", true); }, L"ab"},
-    {"ranges", L"0123456789", [](VnString& t) { t.RemoveRanges(Ranges({0, 2, 3, 4, 8, 10})); }, L"24567"},
-    {"ranges out of bounds", L"012", [](VnString& t) { t.RemoveRanges(Ranges({-5, 1, 2, 99, 1, 2})); }, L"1"},
+    {"ranges", L"0123456789",
+     [](VnString& t) {
+         t.RemoveRanges(Ranges({0, 2, 3, 4, 8, 10}));
+     },
+     L"24567"},
+    {"ranges out of bounds", L"012",
+     [](VnString& t) {
+         t.RemoveRanges(Ranges({-5, 1, 2, 99, 1, 2}));
+     },
+     L"1"},
     {"no ranges", L"012", [](VnString& t) { t.RemoveRanges(Ranges({1})); }, L"012"},
     // Trim
     {"trim", L" \t a b\n ", [](VnString& t) { t.Trim(); }, L"a b"},
@@ -96,7 +106,8 @@ const EditCase kEditCases[] = {
     {"trim left of a set", L"-_a-_", [](VnString& t) { t.TrimLeft(L"_-"); }, L"a-_"},
     {"trim right of a set", L"-_a-_", [](VnString& t) { t.TrimRight(L"_-"); }, L"-_a"},
     {"trim of its own set", L"aba", [](VnString& t) { t.Trim(t.GetText()); }, L""},
-    {"trim of a null set", L" a ", [](VnString& t) { t.Trim(static_cast<const wchar_t*>(nullptr)); }, L" a "},
+    {"trim of a null set", L" a ",
+     [](VnString& t) { t.Trim(static_cast<const wchar_t*>(nullptr)); }, L" a "},
     // Case and ends
     {"upper", L"abC1", [](VnString& t) { t.MakeUpper(); }, L"ABC1"},
     {"lower", L"ABc1", [](VnString& t) { t.MakeLower(); }, L"abc1"},
@@ -114,7 +125,8 @@ const EditCase kEditCases[] = {
     {"left assigned", L"abc", [](VnString& t) { t = t.Left(2); }, L"ab"},
     {"utf-8", L"abc", [](VnString& t) { t.SetUTF8("x\xC3\xA9"); }, L"x\u00E9"},
     {"number", L"abc", [](VnString& t) { t.SetInt(-12); }, L"-12"},
-    {"format with itself", L"abc", [](VnString& t) { t.Format(L"<%s|%s>", t, t.GetText()); }, L"<abc|abc>"},
+    {"format with itself", L"abc", [](VnString& t) { t.Format(L"<%s|%s>", t, t.GetText()); },
+     L"<abc|abc>"},
     {"format append with itself", L"ab",
      [](VnString& t) { t.AppendFormat(L"<%s|%s>", t, t.GetText()); }, L"ab<ab|ab>"},
     {"record of itself", L"ab", [](VnString& t) { t.AppendSerialized(t); }, L"ab(2:ab)"},
@@ -168,16 +180,44 @@ TEST(VnStringEdit, EmbeddedZerosAreCharacters) {
 TEST(VnStringEdit, NothingToChangeKeepsTheSharedBlock) {
     const VnString source(L"abc");
     void (*const edits[])(VnString&) = {
-        [](VnString& t) { t.MakeLower(); },     [](VnString& t) { t.Trim(); },
-        [](VnString& t) { t.Remove(L'x'); },    [](VnString& t) { t.RemoveChars(L"xyz"); },
+        [](VnString& t) { t.MakeLower(); },      [](VnString& t) { t.Trim(); },
+        [](VnString& t) { t.Remove(L'x'); },     [](VnString& t) { t.RemoveChars(L"xyz"); },
         [](VnString& t) { t.RemoveAll(L"xy"); }, [](VnString& t) { t.EnsureTrailing(L'c'); },
-        [](VnString& t) { t = t.Left(3); },     [](VnString& t) { t = t.Mid(0); },
+        [](VnString& t) { t = t.Left(3); },      [](VnString& t) { t = t.Mid(0); },
     };
     for (const auto edit : edits) {
         SCOPED_TRACE(&edit - edits);
         VnString text(source);
         edit(text);
         EXPECT_EQ(text.GetText(), source.GetText());
+    }
+}
+
+TEST(VnStringEdit, ArgumentsInsideALargeText) {
+    // Too large for the pool: the block of the old text is gone once it has grown.
+    constexpr int32_t kLarge = 100000;
+    void (*const edits[])(VnString&) = {
+        [](VnString& t) { t.Append(t); },
+        [](VnString& t) { t.Append(t.GetText(), kLarge, 64); },
+        [](VnString& t) { t.Insert(0, t.GetText()); },
+        [](VnString& t) { t.Append(t.GetText(), kLarge / 2, t.GetText(), kLarge / 2); },
+        [](VnString& t) {
+            t = t.GetText();
+            t.Append(t.GetText());
+        },
+        [](VnString& t) {
+            t.AppendSerialized(t);
+            t.RemoveAll(L"(100000:");
+            t.RemoveAll(L")");
+        },
+    };
+    for (const auto edit : edits) {
+        SCOPED_TRACE(&edit - edits);
+        VnString text;
+        text.Prepend(L'x', kLarge);
+        edit(text);
+        EXPECT_EQ(text.GetLength(), 2 * kLarge);
+        EXPECT_EQ(text.Count(L"x"), 2 * kLarge);
     }
 }
 

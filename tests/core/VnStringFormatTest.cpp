@@ -8,7 +8,9 @@
 
 namespace {
 
-enum Colour { kGreen = 3 };
+enum Colour {
+    kGreen = 3
+};
 
 TEST(VnStringFormat, Conversions) {
     const VnString text(L"abcdefgh");
@@ -103,8 +105,8 @@ TEST(VnStringFormat, UnknownTagsAndNullTexts) {
 
 TEST(VnStringFormat, TwentyArguments) {
     VnString text;
-    text.Format(L"%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 1, 2, 3, 4, 5, 6, 7, 8,
-                9, 0);
+    text.Format(L"%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 1, 2, 3,
+                4, 5, 6, 7, 8, 9, 0);
     EXPECT_EQ(text, L"12345678901234567890");
     text.AppendFormat(L"%s", text);
     EXPECT_EQ(text, L"1234567890123456789012345678901234567890");

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-
 #include <cmath>
 #include <limits>
 #include <string>
@@ -55,11 +54,14 @@ TEST(VnStringNumbers, ParsesIntegers) {
 }
 
 TEST(VnStringNumbers, EveryDigitBlockHasTenDigits) {
-    const uint32_t blocks[] = {0xFF10, 0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66,
-                               0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810};
+    const uint32_t blocks[] = {0xFF10, 0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66,
+                               0x0AE6, 0x0B66, 0x0C66, 0x0CE6, 0x0D66, 0x0E50,
+                               0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810};
     for (const uint32_t first : blocks) {
         for (uint32_t digit = 0; digit < 10; ++digit) {
-            EXPECT_EQ(VnString(static_cast<wchar_t>(first + digit)).ToInt(), static_cast<int32_t>(digit)) << first;
+            EXPECT_EQ(VnString(static_cast<wchar_t>(first + digit)).ToInt(),
+                      static_cast<int32_t>(digit))
+                << first;
         }
         EXPECT_EQ(VnString(static_cast<wchar_t>(first + 10)).ToInt(), 0) << first;
         EXPECT_EQ(VnString(static_cast<wchar_t>(first - 1)).ToInt(), 0) << first;
@@ -94,8 +96,8 @@ TEST(VnStringNumbers, ParsesHexadecimalAndSizes) {
         const wchar_t* Text;
         int64_t Size;
     } sizes[] = {
-        {L"10K", 10240}, {L"10 m", 10485760}, {L"10", 10}, {L"10 G", 10},   {L"-2k", -2048},
-        {L"3 MB", 3145728}, {L"K", 0}, {L"", 0}, {L"1.5K", 1}, {L" 7\t kx", 7168},
+        {L"10K", 10240},    {L"10 m", 10485760}, {L"10", 10}, {L"10 G", 10}, {L"-2k", -2048},
+        {L"3 MB", 3145728}, {L"K", 0},           {L"", 0},    {L"1.5K", 1},  {L" 7\t kx", 7168},
     };
     for (const auto& row : sizes) {
         EXPECT_EQ(VnString(row.Text).ToSize(), row.Size) << ToBytes(row.Text);
@@ -142,7 +144,9 @@ TEST(VnStringNumbers, ParsesDoubles) {
     for (const auto& row : rows) {
         SCOPED_TRACE(ToBytes(row.Text));
         int32_t end = -9;
-        EXPECT_DOUBLE_EQ(VnString(row.Text).ToDouble(&end, row.AnySeparator, row.Maximum, row.Exponent), row.Value);
+        EXPECT_DOUBLE_EQ(
+            VnString(row.Text).ToDouble(&end, row.AnySeparator, row.Maximum, row.Exponent),
+            row.Value);
         EXPECT_EQ(end, row.End);
     }
     std::wstring deep;
@@ -215,7 +219,8 @@ TEST(VnStringNumbers, WritesIntegers) {
         {std::numeric_limits<int64_t>::min(), 0, 10, 0, "-9223372036854775808", nullptr},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.Value << " base " << row.Base << " flags " << row.Flags);
+        SCOPED_TRACE(testing::Message()
+                     << row.Value << " base " << row.Base << " flags " << row.Flags);
         VnString text(L"old");
         text.SetInt(row.Value, row.Digits, row.Base, row.Flags);
         EXPECT_EQ(ToBytes(text), row.Signed);

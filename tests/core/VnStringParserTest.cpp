@@ -77,7 +77,8 @@ TEST(VnStringParser, Texts) {
         VnString head(L"old");
         VnString tail(L"old");
         const VnString text(row.Text);
-        EXPECT_EQ(text.ParseWithRest(row.Pattern, head, tail, 1, &first, &second), row.Matches ? 1 : 0);
+        EXPECT_EQ(text.ParseWithRest(row.Pattern, head, tail, 1, &first, &second),
+                  row.Matches ? 1 : 0);
         EXPECT_EQ(ToBytes(first), row.First);
         EXPECT_EQ(ToBytes(second), row.Second);
         EXPECT_EQ(ToBytes(head), row.Head);
@@ -94,16 +95,11 @@ TEST(VnStringParser, Numbers) {
         int32_t Number;
         const char* Tail;
     } rows[] = {
-        {L"^%d", L"-12x", true, -12, "x"},
-        {L"%d$", L"12x", false, 77, ""},
-        {L"%d", L"ab+7.", true, 7, "."},
-        {L"%d", L"-", false, 77, ""},
-        {L"^%*d$", L"", true, 0, ""},
-        {L"^%?d", L"42", true, 4, "2"},
-        {L"%x", L"zFFz", true, 255, "z"},
-        {L"%x", L"ffffffff", true, -1, ""},
-        {L"%[0-4]d", L"9312", true, 312, ""},
-        {L"%d", L"99999999999", true, 2147483647, ""},
+        {L"^%d", L"-12x", true, -12, "x"},    {L"%d$", L"12x", false, 77, ""},
+        {L"%d", L"ab+7.", true, 7, "."},      {L"%d", L"-", false, 77, ""},
+        {L"^%*d$", L"", true, 0, ""},         {L"^%?d", L"42", true, 4, "2"},
+        {L"%x", L"zFFz", true, 255, "z"},     {L"%x", L"ffffffff", true, -1, ""},
+        {L"%[0-4]d", L"9312", true, 312, ""}, {L"%d", L"99999999999", true, 2147483647, ""},
         {L"%d", L"\u0661", false, 77, ""},
     };
     for (const auto& row : rows) {
@@ -111,7 +107,8 @@ TEST(VnStringParser, Numbers) {
         int32_t number = 77;
         VnString head;
         VnString tail;
-        EXPECT_EQ(VnString(row.Text).ParseWithRest(row.Pattern, head, tail, 1, &number), row.Matches ? 1 : 0);
+        EXPECT_EQ(VnString(row.Text).ParseWithRest(row.Pattern, head, tail, 1, &number),
+                  row.Matches ? 1 : 0);
         EXPECT_EQ(number, row.Number);
         EXPECT_EQ(ToBytes(tail), row.Tail);
     }
@@ -161,7 +158,9 @@ TEST(VnStringGetLeadingCharacters, WordsAndNumbers) {
         {L"don't stop", 4, true, 2, 4, "t"},
         {L"rock-and", 6, true, 2, 0, "rock-and"},
         {L"rock- and", 0, true, 2, 0, "rock"},
-        {L"a\u2012b", 2, true, 2, 0, "a\xE2\x80\x92" "b"},
+        {L"a\u2012b", 2, true, 2, 0,
+         "a\xE2\x80\x92"
+         "b"},
         {L"'tis", 0, true, 0, -1, ""},
         {L"No. 1234x", 6, true, 3, 4, "1234"},
         {L"x12", 0, true, 2, 0, "x"},
@@ -171,7 +170,8 @@ TEST(VnStringGetLeadingCharacters, WordsAndNumbers) {
         SCOPED_TRACE(ToBytes(row.Text) + " at " + std::to_string(row.Position));
         int32_t kind = 9;
         int32_t start = 9;
-        EXPECT_EQ(ToBytes(VnString(row.Text).GetWordAt(row.Position, kind, start, row.WordMode)), row.Word);
+        EXPECT_EQ(ToBytes(VnString(row.Text).GetWordAt(row.Position, kind, start, row.WordMode)),
+                  row.Word);
         EXPECT_EQ(kind, row.Kind);
         EXPECT_EQ(start, row.Start);
     }

@@ -51,12 +51,23 @@ TEST(VnStringRecords, Rejects) {
         int32_t End; ///< where reading stops
         bool Seems;  ///< that a record begins there
     } rows[] = {
-        {L"", 0, 0, false},           {L"abc", 0, 0, false},      {L"(3:abc)", -1, -1, false},
-        {L"(3:abc)", 7, 7, false},    {L"(3:abc)", 1, 1, false},  {L"(", 0, 1, false},
-        {L"(3", 0, 2, false},         {L"(3x:abc)", 0, 2, false}, {L"(:abc)", 0, 2, false},
-        {L"(:", 0, 2, false},         {L"(-1:a)", 0, 1, false},   {L"(3:abcd)", 0, 3, true},
-        {L"(3:ab)", 0, 3, true},      {L"(4:abc)", 0, 3, true},   {L"(3:abc", 0, 3, true},
-        {L"(99999999999999999999:a)", 0, 22, true},               {L"(4294967297:a)", 0, 12, true},
+        {L"", 0, 0, false},
+        {L"abc", 0, 0, false},
+        {L"(3:abc)", -1, -1, false},
+        {L"(3:abc)", 7, 7, false},
+        {L"(3:abc)", 1, 1, false},
+        {L"(", 0, 1, false},
+        {L"(3", 0, 2, false},
+        {L"(3x:abc)", 0, 2, false},
+        {L"(:abc)", 0, 2, false},
+        {L"(:", 0, 2, false},
+        {L"(-1:a)", 0, 1, false},
+        {L"(3:abcd)", 0, 3, true},
+        {L"(3:ab)", 0, 3, true},
+        {L"(4:abc)", 0, 3, true},
+        {L"(3:abc", 0, 3, true},
+        {L"(99999999999999999999:a)", 0, 22, true},
+        {L"(4294967297:a)", 0, 12, true},
     };
     for (const auto& row : rows) {
         const VnString text(row.Text);

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cwchar>
-
 #include <iterator>
 #include <random>
 #include <string>
@@ -122,9 +121,9 @@ TEST(VnStringSearch, Compares) {
         int32_t Exact;
         int32_t Folded;
     } rows[] = {
-        {L"abc", L"abc", 0, 0},    {L"abc", L"abd", -1, -1}, {L"abc", L"ab", 1, 1},
-        {L"ABC", L"abc", -1, 0},   {L"", L"", 0, 0},         {L"", nullptr, 0, 0},
-        {L"a", nullptr, 1, 1},     {L"Z", L"a", -1, 1},      {L"\U0001F600", L"\uFFFF", 1, 1},
+        {L"abc", L"abc", 0, 0},  {L"abc", L"abd", -1, -1}, {L"abc", L"ab", 1, 1},
+        {L"ABC", L"abc", -1, 0}, {L"", L"", 0, 0},         {L"", nullptr, 0, 0},
+        {L"a", nullptr, 1, 1},   {L"Z", L"a", -1, 1},      {L"\U0001F600", L"\uFFFF", 1, 1},
         {L"_", L"A", 1, -1},
     };
     for (const auto& row : rows) {

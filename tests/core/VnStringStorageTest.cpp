@@ -18,7 +18,8 @@ namespace {
 
 using Access = VnStringTestAccess;
 
-/// Takes every block out of the pool for the length of a scope, so that a test decides what is in it.
+/// Takes every block out of the pool for the length of a scope, so that a test decides what is in
+/// it.
 class EmptyPool {
 public:
     EmptyPool() {
@@ -114,21 +115,17 @@ TEST(VnStringManager, CreateStringTable) {
         int32_t ExpectedCapacity; ///< 1 for the shared empty text
     };
     const Row rows[] = {
-        {L"abc", -1, -1, false, true, 3, 4},
-        {L"abc", 2, -1, false, true, 2, 3},
-        {L"a\0c", 3, -1, false, true, 3, 4},
-        {L"a\0c", 3, -1, false, false, 1, 2},
-        {L"abc", -1, 10, false, true, 3, 11},
-        {L"abc", -1, 2, false, true, 2, 3},
-        {nullptr, 5, -1, false, true, 0, 1},
-        {nullptr, 5, 8, false, true, 0, 9},
+        {L"abc", -1, -1, false, true, 3, 4},  {L"abc", 2, -1, false, true, 2, 3},
+        {L"a\0c", 3, -1, false, true, 3, 4},  {L"a\0c", 3, -1, false, false, 1, 2},
+        {L"abc", -1, 10, false, true, 3, 11}, {L"abc", -1, 2, false, true, 2, 3},
+        {nullptr, 5, -1, false, true, 0, 1},  {nullptr, 5, 8, false, true, 0, 9},
         {L"", -1, 0, true, true, 0, 1},
     };
     VnStringGlobals& globals = VnStringGlobals::Get();
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::PrintToString(&row - rows));
-        wchar_t* made =
-            globals.CreateString(row.Characters, row.Length, row.Capacity, row.Force, row.Exact, false);
+        wchar_t* made = globals.CreateString(row.Characters, row.Length, row.Capacity, row.Force,
+                                             row.Exact, false);
         VnStringHeader* header = VnStringHeader::FromCharacters(made);
         EXPECT_EQ(header->Length, row.ExpectedLength);
         EXPECT_EQ(header->Capacity, row.ExpectedCapacity);
@@ -291,6 +288,7 @@ TEST(VnString, GetBufferTrustsTheTerminatorOfALockedText) {
     VnString text(L"abcdef");
     text.GetBuffer()[2] = 0;
     text.GetBuffer(1000);
+    EXPECT_EQ(text.GetLength(), 2);
     text.ReleaseBuffer();
     EXPECT_EQ(text, L"ab");
 }
@@ -340,7 +338,9 @@ TEST(VnString, FreeExtra) {
 
 TEST(VnString, AssignReadsMarksAndSwaps) {
     VnString text;
-    text.Assign(L"\xFEFF" L"ab", -1, true);
+    text.Assign(L"\xFEFF"
+                L"ab",
+                -1, true);
     EXPECT_EQ(text, L"ab");
     const wchar_t swapped[] = {0xFFFE, 0x61000000, 0x62000000, 0};
     text.Assign(swapped, -1, true);
@@ -349,7 +349,9 @@ TEST(VnString, AssignReadsMarksAndSwaps) {
     EXPECT_EQ(text, L"a");
     text.Assign(swapped + 1, -1, false, true);
     EXPECT_EQ(text, L"ab");
-    text.Assign(L"\xFEFF" L"a", -1);
+    text.Assign(L"\xFEFF"
+                L"a",
+                -1);
     EXPECT_EQ(text.GetLength(), 2);
     text.Assign(nullptr, 5);
     EXPECT_TRUE(text.IsEmpty());

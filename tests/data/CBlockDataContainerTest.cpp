@@ -53,9 +53,17 @@ TEST(CBlockDataContainer, RetiresBlocksBelowTheMinimum) {
     EXPECT_EQ(container.GetFullBlockCount(), 0);
     EXPECT_EQ(container.GetOpenBlockCount(), 2);
     container.Allocate(nullptr, 16); // Fits the first: 8 bytes left.
+    EXPECT_EQ(container.GetFullBlockCount(), 0);
     container.Allocate(nullptr, 16); // Passes over the first, which retires.
     EXPECT_EQ(container.GetFullBlockCount(), 1);
     EXPECT_EQ(container.GetOpenBlockCount(), 1);
+}
+
+TEST(CBlockDataContainer, KeepsABlockOfExactlyTheMinimum) {
+    CBlockDataContainer container(64, 24);
+    container.Allocate(nullptr, 40);
+    container.Allocate(nullptr, 40);
+    EXPECT_EQ(container.GetFullBlockCount(), 0);
 }
 
 TEST(CBlockDataContainer, KeepsAtMostEightBlocksThatAreTooSmall) {

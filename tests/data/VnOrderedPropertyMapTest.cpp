@@ -1,8 +1,8 @@
 #include "data/VnOrderedPropertyMap.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -31,13 +31,14 @@ struct ChangeCase {
 
 constexpr ChangeCase kChanges[] = {
     {"nothing", [](VnOrderedPropertyMap&) {}, "zeta=1 Alpha=2 mid=3"},
-    {"overwriting in another case", [](VnOrderedPropertyMap& map) { map.SetString(L"ALPHA", L"x"); },
-     "zeta=1 Alpha=x mid=3"},
-    {"removing in another case", [](VnOrderedPropertyMap& map) { map.Remove(L"ZETA"); }, "Alpha=2 mid=3"},
+    {"overwriting in another case",
+     [](VnOrderedPropertyMap& map) { map.SetString(L"ALPHA", L"x"); }, "zeta=1 Alpha=x mid=3"},
+    {"removing in another case", [](VnOrderedPropertyMap& map) { map.Remove(L"ZETA"); },
+     "Alpha=2 mid=3"},
     {"removing what is not there", [](VnOrderedPropertyMap& map) { map.Remove(L"no"); },
      "zeta=1 Alpha=2 mid=3"},
-    {"an empty value that removes", [](VnOrderedPropertyMap& map) { map.SetString(L"mid", L"", true); },
-     "zeta=1 Alpha=2"},
+    {"an empty value that removes",
+     [](VnOrderedPropertyMap& map) { map.SetString(L"mid", L"", true); }, "zeta=1 Alpha=2"},
     {"an empty value that stays", [](VnOrderedPropertyMap& map) { map.SetString(L"mid", L""); },
      "zeta=1 Alpha=2 mid="},
     {"removing and adding again",
@@ -62,7 +63,8 @@ constexpr ChangeCase kChanges[] = {
          map.CopyFrom(other);
      },
      "only=o"},
-    {"copying itself", [](VnOrderedPropertyMap& map) { map.CopyFrom(map); }, "zeta=1 Alpha=2 mid=3"},
+    {"copying itself", [](VnOrderedPropertyMap& map) { map.CopyFrom(map); },
+     "zeta=1 Alpha=2 mid=3"},
     {"clearing", [](VnOrderedPropertyMap& map) { map.Clear(); }, ""},
     {"reading records",
      [](VnOrderedPropertyMap& map) { map.Deserialize(L"(1:2)(1:b)(1:1)(1:a)(1:2)"); }, "b=1 a=2"},

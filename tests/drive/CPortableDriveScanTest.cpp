@@ -1,4 +1,5 @@
 #include "drive/CPortableDriveGeneric.h"
+#include "runtime/VnSharedText.h"
 #include "tests/support/FakeHandheld.h"
 #include "tests/support/SampleMedia.h"
 
@@ -261,11 +262,11 @@ TEST_F(ScanTest, NamesThePlaylists) {
     int32_t first = 7;
     int32_t second = 7;
     EXPECT_EQ(Front->GetFolders(L"Card", &names, &first, &second), 0);
-    EXPECT_STREQ(names, L"One\x01Two");
+    EXPECT_EQ(VnTakeSharedText(names), L"One\x01Two");
     EXPECT_EQ(first, 0);
     EXPECT_EQ(second, 1);
     EXPECT_EQ(Front->GetFolders(L"Card/One", &names, &first, &second), 0);
-    EXPECT_STREQ(names, L"");
+    EXPECT_EQ(VnTakeSharedText(names), L"");
 }
 
 } // namespace

@@ -157,6 +157,17 @@ TEST(VnFileSystemVolumes, GivesTheAddressOfACardThatIsNoLoopback) {
     EXPECT_TRUE(found) << address;
 }
 
+TEST(VnFileSystemVolumes, ListsTheAddressesThatTheReaderModuleFinds) {
+    VnStringArray addresses;
+    addresses.Add(L"stale");
+    const bool found = VnFileSystem::GetMacAddresses(addresses);
+    EXPECT_EQ(found, addresses.GetCount() > 0);
+    EXPECT_FALSE(addresses.Contains(L"stale"));
+    if (!VnFileSystem::GetFirstMacAddressUnconditionally().IsEmpty()) {
+        EXPECT_TRUE(found);
+    }
+}
+
 TEST(VnFileSystemVolumes, HasNoDriveLetters) {
     VnStringArray drives;
     drives.Add(L"C:");

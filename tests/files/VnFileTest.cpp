@@ -157,6 +157,10 @@ TEST(VnFile, SeekAndLength) {
 }
 
 TEST(VnFile, AFullDeviceReachesTheCaller) {
+    struct stat device = {};
+    if (stat("/dev/full", &device) != 0 || !S_ISCHR(device.st_mode)) {
+        GTEST_SKIP() << "/dev/full is not a device here";
+    }
     VnFile file(VnString(L"/dev/full"), kWrite, kShareAll, VnFile::OpenExisting);
     ASSERT_TRUE(file.Open());
     int64_t written = 7;

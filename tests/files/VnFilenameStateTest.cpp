@@ -1,6 +1,7 @@
 #include "files/VnFilename.h"
 
 #include "core/VnStringArray.h"
+#include "runtime/VnSiblingModules.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/TestText.h"
 
@@ -13,6 +14,8 @@ namespace {
 
 class VnFilenameState : public testing::Test {
 protected:
+    void SetUp() override { ASSERT_NE(VnGetToolsRoot(), nullptr); }
+
     VnFilename Name(const std::string& name) const { return VnFilename(ToText(Folder / name)); }
 
     TestFolder Folder;

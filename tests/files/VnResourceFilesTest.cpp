@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -18,6 +19,7 @@ class VnResourceFiles : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_NE(VnGetToolsRoot(), nullptr);
+        setenv("LC_ALL", "C", 1);
         CProcessInfo* process = CProcessInfo::GetInstance();
         ASSERT_NE(process, nullptr);
         OldDataPath = process->GetDataPath();
@@ -73,6 +75,19 @@ TEST_F(VnResourceFiles, EachKindHasItsFolders) {
     }
     EXPECT_EQ(Find("a.txt", 9), "");
     EXPECT_EQ(Find("a.txt", -1), "");
+}
+
+TEST_F(VnResourceFiles, PagesComeInTheLanguageOfTheUserWhereThatHasAFolder) {
+    const std::string english = Make(Default + "Default Webpages/English/p.htm");
+    setenv("LANGUAGE", "de", 1);
+    EXPECT_EQ(Find("p.htm", 7), english);
+    const std::string german = Make(Default + "Default Webpages/German/p.htm");
+    EXPECT_EQ(Find("p.htm", 7), german);
+    EXPECT_EQ(Find("p.htm", 6), german);
+    const std::string image = Make(Default + "Default Art/i - German.png");
+    EXPECT_EQ(Find("image:i", 3), image);
+    unsetenv("LANGUAGE");
+    EXPECT_EQ(Find("p.htm", 7), english);
 }
 
 TEST_F(VnResourceFiles, ImagesAreFoundByExtensionAndLanguage) {

@@ -175,6 +175,7 @@ TEST(VnURLPaths, MakesPathsAbsolute) {
         {"x", "/", "/x"},
         {"../x", "a/b/", "a/x"},
         {"../../x", "a/b/", "a/../x"},
+        {"../../x", "a", "a/../../x"},
         {"", "/a/", nullptr},
         {"x", "", nullptr},
         {"/x", "/a/", nullptr},
@@ -232,6 +233,10 @@ TEST(VnURLPaths, CombinesWithABase) {
 }
 
 TEST(VnURLPaths, FindsOtherDevicesBelowADriveOnly) {
+    // "/dev/.." is a drive by its spelling, and the root directory by its meaning.
+    EXPECT_TRUE(IsOnOtherDevice(VnFilename(L"/dev/../proc/self/status")));
+    EXPECT_FALSE(IsOnOtherDevice(VnFilename(L"/dev/../missing/a")));
+    EXPECT_FALSE(IsOnOtherDevice(VnFilename(L"/dev/missing/proc/a")));
     EXPECT_FALSE(IsOnOtherDevice(VnFilename(L"/proc/self/status")));
     EXPECT_FALSE(IsOnOtherDevice(VnFilename(L"")));
     EXPECT_FALSE(IsOnOtherDevice(VnFilename(L"http://h/a")));

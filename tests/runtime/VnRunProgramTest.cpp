@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -160,6 +161,19 @@ TEST(VnRunProgram, RegisteringRestoresTheDirectory) {
     const std::filesystem::path before = std::filesystem::current_path();
     EXPECT_FALSE(RegisterModule(ToText(text), true));
     EXPECT_FALSE(RegisterModule(ToText(folder / "none/x.so"), false));
+    EXPECT_EQ(std::filesystem::current_path(), before);
+}
+
+TEST(VnRunProgram, RegistersInTheDirectoryOfTheModule) {
+    const TestFolder folder;
+    const std::filesystem::path module = folder.Path() / "module.so";
+    std::filesystem::copy_file(VN_TEST_REGISTERABLE_MODULE, module);
+    const std::filesystem::path before = std::filesystem::current_path();
+    EXPECT_FALSE(RegisterModule(ToText(module.string()), true));
+    EXPECT_TRUE(RegisterModule(ToText(module.string()), false));
+    folder.Write("here", "x");
+    EXPECT_TRUE(RegisterModule(ToText(module.string()), true));
+    EXPECT_THROW(RegisterModule(ToText(module.string()), false), std::runtime_error);
     EXPECT_EQ(std::filesystem::current_path(), before);
 }
 

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cwchar>
-
 #include <memory>
 #include <new>
 #include <string>
@@ -18,7 +17,8 @@ public:
     static void Adopt(VnString& text, wchar_t* characters) { text.Adopt(characters); }
 };
 
-/// The string manager of another module: plain blocks without a pool, and a book of those that live.
+/// The string manager of another module: plain blocks without a pool, and a book of those that
+/// live.
 class ForeignManager final : public IVnStringManager {
 public:
     ForeignManager() : Empty(NewBlock(0)) {
@@ -41,7 +41,9 @@ public:
                           bool forceBlock,
                           bool lengthIsExact,
                           bool /*usePool*/) override {
-        length = characters == nullptr ? 0 : length < 0 ? static_cast<int32_t>(wcslen(characters)) : length;
+        length = characters == nullptr ? 0
+                 : length < 0          ? static_cast<int32_t>(wcslen(characters))
+                                       : length;
         if (!lengthIsExact) {
             length = static_cast<int32_t>(wcsnlen(characters, static_cast<std::size_t>(length)));
         }
@@ -58,7 +60,9 @@ public:
     }
     wchar_t* CreateFromBytes(const char* /*bytes*/) override { return GetEmpty(); }
     wchar_t* CreateBlank(int32_t /*length*/) override { return GetEmpty(); }
-    wchar_t* CreatePrivateEmpty() override { return CreateString(nullptr, 0, 0, true, true, false); }
+    wchar_t* CreatePrivateEmpty() override {
+        return CreateString(nullptr, 0, 0, true, true, false);
+    }
     wchar_t* GetEmpty() override { return Empty->GetCharacters(); }
 
     int32_t Live = 0; ///< blocks handed out and not given back
@@ -80,19 +84,27 @@ private:
 };
 
 /// Where the text of a test is kept.
-enum class Storage { Private, Shared, Spare, Foreign };
+enum class Storage {
+    Private,
+    Shared,
+    Spare,
+    Foreign
+};
 
-inline constexpr Storage kStorages[] = {Storage::Private, Storage::Shared, Storage::Spare, Storage::Foreign};
+inline constexpr Storage kStorages[] = {Storage::Private, Storage::Shared, Storage::Spare,
+                                        Storage::Foreign};
 
 inline const char* Name(Storage storage) {
-    constexpr const char* kNames[] = {"private", "shared with a twin", "spare room", "another manager's"};
+    constexpr const char* kNames[] = {"private", "shared with a twin", "spare room",
+                                      "another manager's"};
     return kNames[static_cast<int>(storage)];
 }
 
 /// A text in one kind of storage, which tells what an operation broke.
 class TextSubject {
 public:
-    TextSubject(Storage storage, const VnString& before) : Before(before.GetText(), before.GetLength()) {
+    TextSubject(Storage storage, const VnString& before)
+        : Before(before.GetText(), before.GetLength()) {
         if (storage == Storage::Foreign) {
             VnStringTestAccess::Adopt(
                 Text, Manager->CreateString(before, before.GetLength(), -1, false, true, false));

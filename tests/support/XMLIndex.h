@@ -8,14 +8,16 @@
 /// Reads the index of a document for the tests.
 class VnXMLDocumentTestAccess {
 public:
-    /// One line per element in document order: level, start, length, lengths of its tags, flags, tag name. With
-    /// `withFlags` off only the form that does not depend on how the index came about.
+    /// One line per element in document order: level, start, length, lengths of its tags, flags,
+    /// tag name. With `withFlags` off only the form that does not depend on how the index came
+    /// about.
     static std::string Describe(const VnXMLDocument& document, bool withFlags = true) {
         std::string lines = "text " + std::to_string(document.Record(0).Length) + "\n";
-        for (int32_t at = document.Record(0).FirstChild; at != 0; at = document.GetNextInDocument(at, true)) {
+        for (int32_t at = document.Record(0).FirstChild; at != 0;
+             at = document.GetNextInDocument(at, true)) {
             const VnXMLDocument::CRecord& record = document.Record(at);
-            lines += std::to_string(record.LevelAndFlags & 0xFFFFU) + " " + std::to_string(record.Start)
-                     + "+" + std::to_string(record.Length) + " "
+            lines += std::to_string(record.LevelAndFlags & 0xFFFFU) + " "
+                     + std::to_string(record.Start) + "+" + std::to_string(record.Length) + " "
                      + std::to_string(record.TagLengths & 0x2FFFFFU) + "/"
                      + std::to_string(record.TagLengths >> 22U) + " "
                      + ToBytes(document.GetTagName(at));
@@ -51,14 +53,16 @@ public:
             ++free;
         }
         if (linked + free != document.NextFree) {
-            return std::to_string(linked) + " linked and " + std::to_string(free) + " free records of "
-                   + std::to_string(document.NextFree);
+            return std::to_string(linked) + " linked and " + std::to_string(free)
+                   + " free records of " + std::to_string(document.NextFree);
         }
         return "";
     }
 
     static int32_t Capacity(const VnXMLDocument& document) { return document.RecordCapacity; }
-    static int32_t SegmentCapacity(const VnXMLDocument& document) { return document.SegmentCapacity; }
+    static int32_t SegmentCapacity(const VnXMLDocument& document) {
+        return document.SegmentCapacity;
+    }
     static int32_t UsedRecords(const VnXMLDocument& document) { return document.NextFree; }
     static const void* RecordAddress(const VnXMLDocument& document, int32_t index) {
         return &document.Record(index);
@@ -69,8 +73,7 @@ public:
     }
 
 private:
-    static std::string
-    ChildDamage(const VnXMLDocument& document, int32_t parent, int32_t& linked) {
+    static std::string ChildDamage(const VnXMLDocument& document, int32_t parent, int32_t& linked) {
         const int32_t first = document.Record(parent).FirstChild;
         int32_t previous = 0;
         for (int32_t at = first; at != 0; at = document.Record(at).NextSibling) {

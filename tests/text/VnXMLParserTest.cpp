@@ -1,6 +1,5 @@
-#include "text/VnXMLDocument.h"
-
 #include "tests/support/XMLIndex.h"
+#include "text/VnXMLDocument.h"
 
 #include <gtest/gtest.h>
 
@@ -55,6 +54,7 @@ TEST(VnXMLParser, WellFormedTextsHaveTheirElements) {
         {"<_/>", true, "", "0 0+4 4/0 _\n"},
         {"<:/>", true, "", "0 0+4 4/0 :\n"},
         {"<\xC3\xA9/>", true, "", "0 0+4 4/0 \xC3\xA9\n"},
+        {"<a\"b>c\"/>", true, "", "0 0+9 9/0 a\"b\n"},
         {"<a<b>x</a<b>", true, "", "0 0+12 5/6 a<b\n"},
         {"<a\n\tb='1'\r>x</a\n>", true, "", "0 0+17 11/5 a\n"},
         // An end tag's name may stop where the start tag's goes on with one of these.
@@ -64,9 +64,10 @@ TEST(VnXMLParser, WellFormedTextsHaveTheirElements) {
         {"<a><![CDATA[<b>]]></a>", true, "", "0 0+22 3/4 a\n"},
         {"<a><!--<b>--></a>", true, "", "0 0+17 3/4 a\n"},
         {"<a><?p <b> ?></a>", true, "", "0 0+17 3/4 a\n"},
-        {"<!DOCTYPE a [<!ENTITY b \"c\"><!-- > --><!ATTLIST x><!NOTATION y><?p > ?><z></z> ]><a/>", true, "",
-         "0 81+4 4/0 a\n"},
-        // Closing texts are found by looking back from ">", so that they may share the opening characters.
+        {"<!DOCTYPE a [<!ENTITY b \"c\"><!-- > --><!ATTLIST x><!NOTATION y><?p > ?><z></z> ]><a/>",
+         true, "", "0 81+4 4/0 a\n"},
+        // Closing texts are found by looking back from ">", so that they may share the opening
+        // characters.
         {"<?><a/>", true, "", "0 3+4 4/0 a\n"},
         {"<!--><a/>", true, "", "0 5+4 4/0 a\n"},
     };
@@ -81,17 +82,21 @@ TEST(VnXMLParser, KeepsTheFirstErrorAndAUsableIndex) {
         {"text", false, "No root element", ""},
         {"</a>", false, "No root element", ""},
         {"<a/><b/>", false, "Root element has sibling", "0 0+4 4/0 a\n0 4+4 4/0 b\n"},
-        {"<a></b><c/></a><d/>", false, "Root element has sibling", "0 0+15 3/4 a bad\n1 7+4 4/0 c\n0 15+4 4/0 d\n"},
+        {"<a></b><c/></a><d/>", false, "Root element has sibling",
+         "0 0+15 3/4 a bad\n1 7+4 4/0 c\n0 15+4 4/0 d\n"},
         {"<a>", false, "Element 'a' at offset 0 not ended", "0 0+3 3/0 a unended\n"},
         {"<a><b></a>", false, "End tag 'a' at offset 7 does not match start tag 'b' at offset 3",
          "0 0+10 3/4 a\n1 3+3 3/0 b unended\n"},
-        {"<a><b><c/></a>", false, "End tag 'a' at offset 11 does not match start tag 'b' at offset 3",
+        {"<a><b><c/></a>", false,
+         "End tag 'a' at offset 11 does not match start tag 'b' at offset 3",
          "0 0+14 3/4 a\n1 3+3 3/0 b unended\n1 6+4 4/0 c\n"},
-        {"<a><b><c><d/></a>", false, "End tag 'a' at offset 14 does not match start tag 'c' at offset 6",
+        {"<a><b><c><d/></a>", false,
+         "End tag 'a' at offset 14 does not match start tag 'c' at offset 6",
          "0 0+17 3/4 a\n1 3+3 3/0 b unended\n1 6+3 3/0 c unended\n1 9+4 4/0 d\n"},
         {"<a><b></x><c/></a>", false, "No start tag for end tag 'x' at offset 6",
          "0 0+18 3/4 a bad\n1 3+3 3/0 b unended\n1 10+4 4/0 c\n"},
-        {"<r><a></r></x>", false, "End tag 'r' at offset 7 does not match start tag 'a' at offset 3",
+        {"<r><a></r></x>", false,
+         "End tag 'r' at offset 7 does not match start tag 'a' at offset 3",
          "0 0+10 3/4 r\n1 3+3 3/0 a unended\n"},
         {"<a></b></a>", false, "No start tag for end tag 'b' at offset 3", "0 0+11 3/4 a bad\n"},
         {"<a></></a>", false, "No start tag for end tag '' at offset 3", "0 0+10 3/4 a bad\n"},
@@ -104,7 +109,8 @@ TEST(VnXMLParser, KeepsTheFirstErrorAndAUsableIndex) {
         {"<a><!ELEMENT x></a>", false, "", "0 0+19 3/4 a bad\n"},
         {"<a><!E<b/></a>", false, "", "0 0+14 3/4 a bad\n1 6+4 4/0 b\n"},
         {"<!DOCTYPE a [<!X>]><a/>", false, "Incorrect ! tag at offset 0", "0 19+4 4/0 a\n"},
-        {"<!DOCTYPE a [<1>]><a/>", false, "Incorrect tag name character at offset 0", "0 18+4 4/0 a\n"},
+        {"<!DOCTYPE a [<1>]><a/>", false, "Incorrect tag name character at offset 0",
+         "0 18+4 4/0 a\n"},
         {"<a/><b", false, "Element tag at offset 4 unterminated", "0 0+4 4/0 a\n"},
         {"<a/><b c='>", false, "Element tag at offset 4 unterminated", "0 0+4 4/0 a\n"},
         {"<a/></b", false, "Element end tag at offset 4 unterminated", "0 0+4 4/0 a\n"},
@@ -155,8 +161,8 @@ TEST(VnXMLParser, AZeroCharacterEndsTheText) {
     EXPECT_EQ(ToBytes(document.GetError()), "Element 'a' at offset 0 not ended");
 }
 
-// Every way to cut a document short must end in a sound index. The heap block of each text is exact, so that a
-// read behind it is seen by the address sanitizer.
+// Every way to cut a document short must end in a sound index. The heap block of each text is
+// exact, so that a read behind it is seen by the address sanitizer.
 TEST(VnXMLParser, EveryTruncationLeavesASoundIndex) {
     const VnString whole =
         L"<?xml version=\"1.0\"?><!DOCTYPE a [<!ENTITY b 'c'><!-- > -->]><a b=\"1\" c='2'>\r\n<!-- d --><e/>"
@@ -207,8 +213,8 @@ TEST(VnXMLParser, UnendedElementsByTheHundredThousandAreFlattened) {
     EXPECT_EQ(Index(document), [] {
         std::string lines;
         for (int i = 0; i < kCount; ++i) {
-            lines += "0 " + std::to_string(i * 7) + "+3 3/0 a unended\n0 " + std::to_string(i * 7 + 3)
-                     + "+4 4/0 b\n";
+            lines += "0 " + std::to_string(i * 7) + "+3 3/0 a unended\n0 "
+                     + std::to_string(i * 7 + 3) + "+4 4/0 b\n";
         }
         return lines;
     }());
@@ -218,9 +224,11 @@ TEST(VnXMLParser, UnendedElementsByTheHundredThousandAreFlattened) {
 TEST(VnXMLParser, EndTagsThatMatchNothingCostNoSearchOfTheWholeDepth) {
     constexpr int kCount = 150000;
     VnXMLDocument document;
-    EXPECT_FALSE(document.SetDocument(ToText("<r>" + Repeat("<a>", kCount) + Repeat("</b>", kCount) + "</r>")));
+    EXPECT_FALSE(document.SetDocument(
+        ToText("<r>" + Repeat("<a>", kCount) + Repeat("</b>", kCount) + "</r>")));
     EXPECT_EQ(ToBytes(document.GetError()), "No start tag for end tag 'b' at offset 450003");
-    // Far apart, through the index of open names: the deep one is found, and the innermost of equal names.
+    // Far apart, through the index of open names: the deep one is found, and the innermost of equal
+    // names.
     EXPECT_FALSE(document.SetDocument(ToText("<r><x i='1'><x i='2'>" + Repeat("<a>", 500) + "</X>"
                                              + Repeat("<a>", 500) + "</zz></r>")));
     EXPECT_EQ(ToBytes(document.GetError()),
@@ -229,6 +237,15 @@ TEST(VnXMLParser, EndTagsThatMatchNothingCostNoSearchOfTheWholeDepth) {
     EXPECT_EQ(ToBytes(document.GetAttribute(document.GetMainPosition(), L"i")), "2");
     EXPECT_GT(document.GetInnerText(document.GetMainPosition()).GetLength(), 1000);
     EXPECT_EQ(Access::Damage(document), "");
+}
+
+// The index of open names is made by the tag zz; what is closed after that must leave it again.
+TEST(VnXMLParser, NamesThatWereClosedAreNotFoundAgain) {
+    VnXMLDocument document;
+    EXPECT_FALSE(document.SetDocument(
+        ToText("<r>" + Repeat("<a>", 100) + "</zz>" + Repeat("</a>", 100) + "</a><c/></r>")));
+    EXPECT_TRUE(document.FindElement(L"/r/c"));
+    EXPECT_EQ(document.GetInnerText(document.GetParentPosition()).GetLength(), 100 * 7 + 5 + 4 + 4);
 }
 
 TEST(VnXMLParser, TagsTooLongForTheirFieldAreMeasuredInTheText) {
@@ -255,8 +272,8 @@ TEST(VnXMLRecords, GrowByHalfAndAtMostIntoOneNewSegment) {
         int32_t Capacity;
     };
     constexpr GrowCase kCases[] = {
-        {100, 100},       {50, 100},        {65535, 65535},    {65537, 65537},
-        {70000, 70000},   {1000000, 196608}, {1000000, 262144}, {1000000, 327680},
+        {100, 100},     {50, 100},         {65535, 65535},    {65537, 65537},
+        {70000, 70000}, {1000000, 196608}, {1000000, 262144}, {1000000, 327680},
     };
     for (const GrowCase& grow : kCases) {
         Access::Reserve(document, grow.Wanted);

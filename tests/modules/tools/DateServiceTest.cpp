@@ -1,14 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <ctime>
-#include <string>
-
 #include "core/VnDllString.h"
 #include "data/VnDate.h"
 #include "runtime/IVnDateService.h"
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnSiblingModules.h"
 #include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <string>
 
 namespace {
 
@@ -60,10 +60,22 @@ constexpr TextCase kReadable[] = {
 };
 
 constexpr const wchar_t* kUnreadable[] = {
-    L"",           L"hello",         L"2003-02-29", L"2004-13-13",         L"31 Foo 2004",
-    L"12:30",      L"2004-05-31 25:00", L"2004-05-31 12:60", L"2004-05-31 13:00 pm",
-    L"1 2 3 4",    L"99999999999",   L"2004-00-10",  L"5 May",              L"20040000",
-    L"2004-05-31T12:30:00+99:00",    nullptr,
+    L"",
+    L"hello",
+    L"2003-02-29",
+    L"2004-13-13",
+    L"31 Foo 2004",
+    L"12:30",
+    L"2004-05-31 25:00",
+    L"2004-05-31 12:60",
+    L"2004-05-31 13:00 pm",
+    L"1 2 3 4",
+    L"99999999999",
+    L"2004-00-10",
+    L"5 May",
+    L"20040000",
+    L"2004-05-31T12:30:00+99:00",
+    nullptr,
 };
 
 } // namespace

@@ -1,3 +1,7 @@
+#include "runtime/IMainThreadMessageManager.h"
+#include "runtime/IVnToolsRoot.h"
+#include "runtime/VnSiblingModules.h"
+
 #include <gtest/gtest.h>
 
 #include <poll.h>
@@ -7,10 +11,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "runtime/IMainThreadMessageManager.h"
-#include "runtime/IVnToolsRoot.h"
-#include "runtime/VnSiblingModules.h"
 
 namespace {
 

@@ -1,14 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
-#include <unistd.h>
-#include <zlib.h>
-
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <string>
-
 #include "core/VnDllString.h"
 #include "runtime/IVnApplicationInfo.h"
 #include "runtime/IVnDecompressor.h"
@@ -20,7 +9,21 @@
 #include "runtime/VnSiblingModules.h"
 #include "runtime/VnTranslation.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/TestTerminal.h"
 #include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
 
 namespace {
 
@@ -47,8 +50,12 @@ constexpr MIMECase kExtensions[] = {
 };
 
 constexpr MIMECase kTypes[] = {
-    {L"mp3", "audio/mpeg"},   {L".FLAC", "audio/flac"},         {L"jpg", "image/jpeg"},
-    {L"htm", "text/html"},    {L"epub", "application/epub+zip"}, {L"zzzz", "application/octet-stream"},
+    {L"mp3", "audio/mpeg"},
+    {L".FLAC", "audio/flac"},
+    {L"jpg", "image/jpeg"},
+    {L"htm", "text/html"},
+    {L"epub", "application/epub+zip"},
+    {L"zzzz", "application/octet-stream"},
     {L"", "application/octet-stream"},
 };
 
@@ -169,9 +176,10 @@ TEST(PathService, TellsFilesFromDirectories) {
 TEST(Translator, FollowsTheEnvironment) {
     ::setenv("LANGUAGE", "de", 1);
     EXPECT_EQ(ToBytes(VnTranslated(L"Delete Playlist")), "Wiedergabeliste l\xC3\xB6schen");
-    EXPECT_EQ(ToBytes(VnTranslated(L"Rebuilding the database on your handheld player may take several"
-                                   L" minutes.\r\n\r\n")),
-              "Der Neuaufbau der Datenbank auf dem Ger\xC3\xA4t kann mehrere Minuten dauern.\r\n\r\n");
+    EXPECT_EQ(
+        ToBytes(VnTranslated(L"Rebuilding the database on your handheld player may take several"
+                             L" minutes.\r\n\r\n")),
+        "Der Neuaufbau der Datenbank auf dem Ger\xC3\xA4t kann mehrere Minuten dauern.\r\n\r\n");
     EXPECT_EQ(ToBytes(VnTranslated(L"no such text")), "no such text");
     EXPECT_EQ(ToBytes(VnTranslated(L"")), "");
     VnString language;
@@ -192,7 +200,8 @@ TEST(ApplicationInfo, NamesTheUsersFolder) {
 TEST(DialogService, AnswersByTheHandlerOrTheDefault) {
     class Handler final : public IVnDialogHandler {
     public:
-        int32_t ShowMessage(const wchar_t* text, const wchar_t* caption, int32_t style, int32_t) override {
+        int32_t
+        ShowMessage(const wchar_t* text, const wchar_t* caption, int32_t style, int32_t) override {
             Seen = ToBytes(text) + "|" + ToBytes(caption) + "|" + std::to_string(style);
             return IVnDialogService::kButtonNo;
         }
@@ -215,6 +224,65 @@ TEST(DialogService, AnswersByTheHandlerOrTheDefault) {
     ASSERT_NE(wait, nullptr);
     wait->SetStatus(L"half");
     wait->Close();
+}
+
+TEST(DialogService, AsksOnTheTerminal) {
+    struct Row {
+        const char* What;
+        const char* Typed;
+        int32_t Style;
+        int32_t Default;
+        int32_t Pressed;
+    };
+    using Service = IVnDialogService;
+    constexpr Row kRows[] = {
+        {"a key", "n\n", Service::kStyleYesNo, Service::kButtonYes, Service::kButtonNo},
+        {"a word in capitals", "YES please\n", Service::kStyleYesNo, Service::kButtonNo,
+         Service::kButtonYes},
+        {"an empty line", "\n", Service::kStyleYesNo, Service::kButtonYes, Service::kButtonYes},
+        {"what is not offered", "o\nc\ny\n", Service::kStyleYesNo, Service::kButtonNo,
+         Service::kButtonYes},
+        {"cancel", "c\n", Service::kStyleYesNoCancel, Service::kButtonNo, Service::kButtonCancel},
+        {"no answer in time", "", Service::kStyleOkCancel, Service::kButtonCancel,
+         Service::kButtonCancel},
+    };
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.What);
+        int32_t pressed = 0;
+        std::string shown;
+        {
+            const TestTerminal terminal;
+            terminal.Type(row.Typed);
+            pressed = Root().GetDialogService(1)->ShowMessage(L"Really\r\nsure?\x1b[2J", L"Caption",
+                                                              row.Style, row.Default, nullptr,
+                                                              nullptr, 200);
+            shown = terminal.TakeOutput();
+        }
+        EXPECT_EQ(pressed, row.Pressed);
+        EXPECT_EQ(shown.find("Caption\nReally\nsure?[2J\n"), 0U) << shown;
+    }
+}
+
+TEST(DialogService, ShowsAWaitDialogAfterItsDelay) {
+    std::string early;
+    std::string late;
+    {
+        const TestTerminal terminal;
+        IVnWaitDialog* quick =
+            Root().GetDialogService(1)->OpenWaitDialog(L"Quick", L"", 60000, true, nullptr);
+        quick->SetStatus(L"never seen");
+        quick->Close();
+        early = terminal.TakeOutput();
+        IVnWaitDialog* slow =
+            Root().GetDialogService(1)->OpenWaitDialog(L"Slow", L"work", 0, true, nullptr);
+        late = terminal.TakeOutput();
+        slow->SetStatus(L"half done");
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        slow->Close();
+        late += terminal.TakeOutput();
+    }
+    EXPECT_EQ(early, "");
+    EXPECT_EQ(late, "\r\033[KSlow work\r\033[Khalf done\r\033[K");
 }
 
 TEST(ToolsRoot, IsThereForItsVersionAlone) {

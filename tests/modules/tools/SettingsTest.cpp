@@ -1,3 +1,11 @@
+#include "core/VnDllString.h"
+#include "runtime/CProcessInfo.h"
+#include "runtime/IVnSettingsKey.h"
+#include "runtime/IVnToolsRoot.h"
+#include "runtime/VnSiblingModules.h"
+#include "tests/support/TestEnvironment.h"
+#include "tests/support/TestText.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -7,14 +15,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "core/VnDllString.h"
-#include "runtime/CProcessInfo.h"
-#include "runtime/IVnSettingsKey.h"
-#include "runtime/IVnToolsRoot.h"
-#include "runtime/VnSiblingModules.h"
-#include "tests/support/TestEnvironment.h"
-#include "tests/support/TestText.h"
 
 namespace {
 

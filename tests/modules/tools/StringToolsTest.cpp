@@ -1,9 +1,9 @@
-#include <gtest/gtest.h>
-
 #include "core/VnString.h"
 #include "runtime/IVnStringTools.h"
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnSiblingModules.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -44,9 +44,9 @@ struct OrderCase {
 
 /// Pairs in the order of mode 0.
 constexpr OrderCase kOrder[] = {
-    {L"Track 2", L"Track 10"}, {L"", L"a"},         {L"apple", L"Banana"}, {L"Zoë", L"Zoo"},
-    {L"éclair", L"fig"},       {L"a", L"aa"},       {L"cafe", L"café"},    {L"007", L"8"},
-    {L"Ärger", L"Zorn"},
+    {L"Track 2", L"Track 10"}, {L"", L"a"},         {L"apple", L"Banana"},
+    {L"Zoë", L"Zoo"},          {L"éclair", L"fig"}, {L"a", L"aa"},
+    {L"cafe", L"café"},        {L"007", L"8"},      {L"Ärger", L"Zorn"},
 };
 
 struct ArticleCase {
@@ -56,10 +56,21 @@ struct ArticleCase {
 };
 
 constexpr ArticleCase kArticles[] = {
-    {L"The Beatles", 3, 0}, {L"the", 0, 0},       {L"the ", 0, 0},          {L"Theatre", 0, 0},
-    {L"A Day", 1, 0},       {L"an hour", 2, 0},   {L"Another", 0, 0},       {L"Beatles, The", 0, 3},
-    {L"Beatles,The", 0, 0}, {L", The", 0, 0},     {L"Day, A", 0, 1},        {L"The Band, A", 3, 1},
-    {L"", 0, 0},            {nullptr, 0, 0},      {L"Die Toten Hosen", 0, 0},
+    {L"The Beatles", 3, 0},
+    {L"the", 0, 0},
+    {L"the ", 0, 0},
+    {L"Theatre", 0, 0},
+    {L"A Day", 1, 0},
+    {L"an hour", 2, 0},
+    {L"Another", 0, 0},
+    {L"Beatles, The", 0, 3},
+    {L"Beatles,The", 0, 0},
+    {L", The", 0, 0},
+    {L"Day, A", 0, 1},
+    {L"The Band, A", 3, 1},
+    {L"", 0, 0},
+    {nullptr, 0, 0},
+    {L"Die Toten Hosen", 0, 0},
 };
 
 int Sign(int32_t value) {
@@ -70,12 +81,14 @@ int Sign(int32_t value) {
 
 TEST(StringTools, FindTextsInAnyCase) {
     for (const FindCase& find : kFinds) {
-        SCOPED_TRACE(testing::Message() << (find.Source ? find.Source : L"null") << " / "
-                                        << (find.Text ? find.Text : L"null") << " from " << find.Start);
+        SCOPED_TRACE(testing::Message()
+                     << (find.Source ? find.Source : L"null") << " / "
+                     << (find.Text ? find.Text : L"null") << " from " << find.Start);
         EXPECT_EQ(Tools().FindNoCase(find.Source, -1, find.Text, find.Start, false), find.Found);
         const int32_t end =
             find.Found < 0 ? -1 : find.Found + static_cast<int32_t>(std::wcslen(find.Text));
-        EXPECT_EQ(Tools().FindNoCase(find.Source, -1, find.Text, find.Start, true), find.Text ? end : -1);
+        EXPECT_EQ(Tools().FindNoCase(find.Source, -1, find.Text, find.Start, true),
+                  find.Text ? end : -1);
     }
     EXPECT_EQ(Tools().FindNoCase(L"abcabc", 4, L"CA", 0, false), 2);
     EXPECT_EQ(Tools().FindNoCase(L"abcabc", 3, L"CA", 0, false), -1);

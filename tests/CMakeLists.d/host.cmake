@@ -1,0 +1,15 @@
+# The host program's tests. Those that run a drive need the modules, and one runs the program itself.
+function(vn_add_host_test file)
+    vn_add_test(${file} SOURCES support/ProgramRun.cpp LAYERS host LIBRARIES host_libraries PkgConfig::JSON DEPENDS VnTools VnReader VnPortableDrives tonehall)
+endfunction()
+
+vn_add_host_test(host/CommandLineTest.cpp)
+vn_add_host_test(host/DeviceTest.cpp)
+vn_add_host_test(host/ExfatTest.cpp)
+vn_add_host_test(host/ExpressionTest.cpp)
+vn_add_host_test(host/LibraryTest.cpp)
+vn_add_host_test(host/MediaTypeTest.cpp)
+vn_add_host_test(host/PathCleanerTest.cpp)
+vn_add_host_test(host/PlaylistTest.cpp)
+vn_add_host_test(host/SyncPlannerTest.cpp)
+vn_add_host_test(host/SyncTest.cpp)

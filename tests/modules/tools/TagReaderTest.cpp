@@ -1,0 +1,319 @@
+#include "core/VnDllString.h"
+#include "runtime/IVnTagReader.h"
+#include "runtime/IVnToolsRoot.h"
+#include "runtime/VnSiblingModules.h"
+#include "tests/support/SampleMedia.h"
+#include "tests/support/TestEnvironment.h"
+#include "tests/support/TestText.h"
+
+#include <gtest/gtest.h>
+#include <taglib/fileref.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mpegfile.h>
+#include <taglib/popularimeterframe.h>
+#include <taglib/tpropertymap.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+std::unique_ptr<IVnTagReader> MakeReader(int32_t mode = IVnTagReader::kMediaFile) {
+    std::unique_ptr<IVnTagReader> reader(VnGetToolsRoot()->CreateTagReader());
+    reader->SetReadMode(mode);
+    reader->SetFieldMode(1);
+    reader->SetListMode(mode);
+    return reader;
+}
+
+std::string Field(IVnTagReaderItem& item, const wchar_t* name) {
+    VnString value(L"old");
+    VnDllString adapter(value);
+    const bool found = item.GetField(name, adapter);
+    EXPECT_EQ(found, !value.IsEmpty()) << name;
+    return ToBytes(value);
+}
+
+std::string Field(const std::string& path, const wchar_t* name) {
+    const auto reader = MakeReader();
+    reader->SetFile(ToText(path));
+    IVnTagReaderItem* item = reader->GetItem(0);
+    return item == nullptr ? "no item" : Field(*item, name);
+}
+
+std::string Little(uint32_t value, int bytes) {
+    std::string text;
+    for (int i = 0; i < bytes; i++) {
+        text += static_cast<char>(value >> (8 * i) & 0xff);
+    }
+    return text;
+}
+
+/// One second of silence: 8000 Hz, mono, 8 bits.
+std::string MakeWav() {
+    const std::string format = Little(1, 2) + Little(1, 2) + Little(8000, 4) + Little(8000, 4)
+                               + Little(1, 2) + Little(8, 2);
+    const std::string samples(8000, '\x80');
+    const std::string body =
+        "WAVEfmt " + Little(16, 4) + format + "data" + Little(8000, 4) + samples;
+    return "RIFF" + Little(static_cast<uint32_t>(body.size()), 4) + body;
+}
+
+/// A stream of no frames that claims two seconds at 44100 Hz, two channels, 16 bits.
+std::string MakeFlac() {
+    std::string info("\x10\x00\x10\x00\x00\x00\x00\x00\x00\x00", 10);
+    info += std::string("\x0A\xC4\x42\xF0\x00\x01\x58\x88", 8);
+    info += std::string(16, '\0');
+    return std::string("fLaC\x80\x00\x00\x22", 8) + info + std::string(2000, '\0');
+}
+
+std::string OggPage(char flags, uint32_t number, const std::string& packet, int64_t position) {
+    std::string lacing;
+    size_t left = packet.size();
+    for (; left >= 255; left -= 255) {
+        lacing += '\xff';
+    }
+    lacing += static_cast<char>(left);
+    return std::string("OggS\0", 5) + flags + Little(static_cast<uint32_t>(position), 4)
+           + Little(0, 4) + Little(7, 4) + Little(number, 4) + Little(0, 4)
+           + static_cast<char>(lacing.size()) + lacing + packet;
+}
+
+/// The three headers of a Vorbis stream and one second of nothing.
+std::string MakeOgg() {
+    const std::string ident = std::string("\x01vorbis", 7) + Little(0, 4) + '\x02'
+                              + Little(44100, 4) + Little(0, 4) + Little(128000, 4) + Little(0, 4)
+                              + '\xb8' + '\x01';
+    const std::string comment =
+        std::string("\x03vorbis", 7) + Little(4, 4) + "test" + Little(0, 4) + '\x01';
+    const std::string setup = std::string("\x05vorbis", 7) + std::string(20, '\x01');
+    return OggPage('\x02', 0, ident, 0) + OggPage('\0', 1, comment, 0) + OggPage('\0', 2, setup, 0)
+           + OggPage('\x04', 3, "x", 44100);
+}
+
+struct FormatCase {
+    const char* Name;
+    std::string Bytes;
+    const char* Duration;
+    const char* SampleRate;
+    const char* Channels;
+};
+
+const FormatCase kFormats[] = {
+    {"song.mp3", MakeMp3({}, 77), "2", "44100", "2"},
+    {"song.wav", MakeWav(), "1", "8000", "1"},
+    {"song.flac", MakeFlac(), "2", "44100", "2"},
+    {"song.ogg", MakeOgg(), "1", "44100", "2"},
+};
+
+/// Tags a file through the library itself.
+void WriteTags(const std::string& path) {
+    TagLib::FileRef file(path.c_str());
+    ASSERT_FALSE(file.isNull()) << path;
+    TagLib::PropertyMap tags;
+    const auto set = [&tags](const char* key, const char* value) {
+        tags[key] = TagLib::StringList(TagLib::String(value, TagLib::String::UTF8));
+    };
+    set("TITLE", "T\xC3\xAFtle \xF0\x9F\x8E\xB5 ");
+    set("ARTIST", "An Artist");
+    tags["ARTIST"].append("Another");
+    set("ALBUM", "Album");
+    set("ALBUMARTIST", "Band");
+    set("GENRE", "Jazz");
+    set("COMPOSER", "Comp");
+    set("DATE", "2004-05-31");
+    set("TRACKNUMBER", "3/12");
+    set("DISCNUMBER", "2/4");
+    set("COMMENT", "Some words");
+    set("CONDUCTOR", "Con");
+    set("BPM", "120");
+    file.file()->setProperties(tags);
+    ASSERT_TRUE(file.save()) << path;
+}
+
+} // namespace
+
+TEST(TagReader, ReadsEveryFormatAlike) {
+    const TestFolder folder;
+    for (const FormatCase& format : kFormats) {
+        SCOPED_TRACE(format.Name);
+        const std::string path = folder.Write(format.Name, format.Bytes);
+        WriteTags(path);
+        const auto reader = MakeReader();
+        reader->SetFile(ToText(path));
+        ASSERT_EQ(reader->GetCount(), 1);
+        IVnTagReaderItem& item = *reader->GetItem(0);
+        EXPECT_EQ(Field(item, L"Name"), "T\xC3\xAFtle \xF0\x9F\x8E\xB5");
+        EXPECT_EQ(Field(item, L"ARTIST"), "An Artist; Another");
+        EXPECT_EQ(Field(item, L"album"), "Album");
+        EXPECT_EQ(Field(item, L"Album Artist"), "Band");
+        EXPECT_EQ(Field(item, L"Album Artist (auto)"), "Band");
+        EXPECT_EQ(Field(item, L"Genre"), "Jazz");
+        EXPECT_EQ(Field(item, L"Composer"), "Comp");
+        EXPECT_EQ(Field(item, L"Date"), "2004-05-31");
+        EXPECT_EQ(Field(item, L"Track #"), "3");
+        EXPECT_EQ(Field(item, L"Disc #"), "2");
+        EXPECT_EQ(Field(item, L"Comment"), "Some words");
+        EXPECT_EQ(Field(item, L"Conductor"), "Con") << "a field that only the tag knows";
+        EXPECT_EQ(Field(item, L"BPM"), "120");
+        EXPECT_EQ(Field(item, L"Nonsense"), "");
+        EXPECT_EQ(Field(item, L"Duration"), format.Duration);
+        EXPECT_EQ(Field(item, L"Sample Rate"), format.SampleRate);
+        EXPECT_EQ(Field(item, L"Channels"), format.Channels);
+        EXPECT_EQ(Field(item, L"Media Type"), "Audio");
+        EXPECT_EQ(Field(item, L"Filename"), path);
+        EXPECT_EQ(reader->GetItem(1), nullptr);
+        EXPECT_EQ(reader->GetItem(-1), nullptr);
+    }
+}
+
+TEST(TagReader, GivesAnUntaggedFileItsBaseFields) {
+    const TestFolder folder;
+    const std::string path = folder.Write("My.Song.MP3", MakeMp3({}, 4));
+    struct stat state = {};
+    ASSERT_EQ(::stat(path.c_str(), &state), 0);
+    EXPECT_EQ(Field(path, L"Name"), "My.Song");
+    EXPECT_EQ(Field(path, L"File Type"), "mp3");
+    EXPECT_EQ(Field(path, L"File Size"), std::to_string(state.st_size));
+    EXPECT_EQ(Field(path, L"Artist"), "");
+    EXPECT_EQ(Field(path, L"Album Artist (auto)"), "Unknown Artist");
+    EXPECT_EQ(Field(path, L"Track #"), "");
+    EXPECT_EQ(Field(path, L"Date Modified").size(), std::string("2004-05-31T00:00:00").size());
+    EXPECT_EQ(Field(folder.Write(".hidden", "x"), L"Name"), ".hidden");
+    EXPECT_EQ(Field(folder.Write("odd \xFF.mp3", MakeMp3({})), L"Name"), "odd \xFF");
+}
+
+TEST(TagReader, TakesTheArtistForAMissingAlbumArtist) {
+    const TestFolder folder;
+    const std::string path = folder.Write("a.mp3", MakeMp3({{"TPE1", "Solo"}, {"TYER", "1999"}}));
+    EXPECT_EQ(Field(path, L"Album Artist"), "");
+    EXPECT_EQ(Field(path, L"Album Artist (auto)"), "Solo");
+    EXPECT_EQ(Field(path, L"Date"), "1999");
+}
+
+TEST(TagReader, CountsStars) {
+    struct Row {
+        int Popularity;
+        const char* Stars;
+    };
+    constexpr Row kRows[] = {{0, ""},    {1, "1"},   {20, "1"}, {64, "2"},
+                             {128, "3"}, {196, "4"}, {255, "5"}};
+    const TestFolder folder;
+    for (const Row& row : kRows) {
+        const std::string path = folder.Write("a.mp3", MakeMp3({{"TIT2", "x"}}));
+        {
+            TagLib::MPEG::File file(path.c_str());
+            auto* frame = new TagLib::ID3v2::PopularimeterFrame;
+            frame->setRating(row.Popularity);
+            file.ID3v2Tag(true)->addFrame(frame);
+            file.save();
+        }
+        EXPECT_EQ(Field(path, L"Rating"), row.Stars) << row.Popularity;
+    }
+}
+
+TEST(TagReader, SortsFilesByTheirType) {
+    struct Row {
+        const char* Name;
+        const char* Type;
+    };
+    constexpr Row kRows[] = {{"a.opus", "Audio"}, {"a.mkv", "Video"}, {"a.mp4", "Video"},
+                             {"a.JPG", "Image"},  {"a.m3u", "Data"},  {"a.asx", "Data"},
+                             {"a.txt", "Data"},   {"noext", "Data"}};
+    const TestFolder folder;
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.Name);
+        const std::string path = folder.Write(row.Name, "not really");
+        EXPECT_EQ(Field(path, L"Media Type"), row.Type);
+        EXPECT_EQ(Field(path, L"File Size"), "10");
+        EXPECT_EQ(Field(path, L"Duration"), "");
+        EXPECT_EQ(Field(path, L"Name").substr(0, 1), row.Name[0] == 'n' ? "n" : "a");
+    }
+}
+
+TEST(TagReader, HasNoItemForWhatCanNotBeOpened) {
+    const TestFolder folder;
+    const std::string pipe = folder / "pipe.mp3";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path :
+         {folder / "missing.mp3", folder.Path().string(), pipe, std::string()}) {
+        EXPECT_EQ(Field(path, L"Name"), "no item") << path;
+    }
+    const auto reader = MakeReader();
+    reader->SetFile(nullptr);
+    EXPECT_EQ(reader->GetCount(), 0);
+}
+
+TEST(TagReader, ReplacesItsItemByTheNextFile) {
+    const TestFolder folder;
+    const auto reader = MakeReader();
+    reader->SetFile(ToText(folder.Write("a.mp3", MakeMp3({{"TIT2", "First"}}))));
+    reader->SetFile(ToText(folder.Write("b.mp3", MakeMp3({{"TIT2", "Second"}}))));
+    ASSERT_EQ(reader->GetCount(), 1);
+    EXPECT_EQ(Field(*reader->GetItem(0), L"Name"), "Second");
+    reader->SetFile(ToText(folder / "missing"));
+    EXPECT_EQ(reader->GetItem(0), nullptr);
+}
+
+TEST(TagReader, SurvivesDamagedAndMislabelledFiles) {
+    const TestFolder folder;
+    constexpr const char* kExtensions[] = {"mp3", "flac", "ogg", "oga", "opus", "spx", "m4a", "wma",
+                                           "wav", "aiff", "ape", "mpc", "wv",   "tta", "mp2"};
+    for (const FormatCase& format : kFormats) {
+        const std::string original = folder.Write(format.Name, format.Bytes);
+        WriteTags(original);
+        const std::string bytes = folder.Read(format.Name);
+        for (const char* extension : kExtensions) {
+            const std::string path = folder.Write(std::string("other.") + extension, bytes);
+            EXPECT_NE(Field(path, L"Name"), "") << format.Name << " as " << extension;
+            EXPECT_NE(Field(path, L"Duration"), "no item");
+        }
+        // Every cut of the tagged part, and every byte of it damaged once.
+        const std::string name = std::string("cut") + format.Name;
+        for (size_t length = 0; length < std::min<size_t>(bytes.size(), 1200); length += 23) {
+            const std::string path = folder.Write(name, bytes.substr(0, length));
+            EXPECT_EQ(Field(path, L"File Size"), std::to_string(length));
+            EXPECT_NE(Field(path, L"Name"), "");
+            EXPECT_NE(Field(path, L"Duration"), "no item");
+        }
+        for (size_t at = 0; at < std::min<size_t>(bytes.size(), 1200); at += 17) {
+            std::string damaged = bytes;
+            damaged[at] = static_cast<char>(damaged[at] ^ 0xff);
+            const std::string path = folder.Write(name, damaged);
+            EXPECT_NE(Field(path, L"Name"), "");
+            EXPECT_NE(Field(path, L"Composer"), "no item");
+            EXPECT_NE(Field(path, L"Bitrate"), "no item");
+        }
+    }
+}
+
+TEST(TagReader, ListsTheEntriesOfAPlaylist) {
+    const TestFolder folder;
+    const std::string path = folder.Write(
+        "list.asx",
+        "<ASX version=\"3.0\">\r\n<Title>All</Title>\r\n"
+        "<entry><TITLE>One &amp; only</TITLE><Ref HREF=\"/Music/a &amp; b.mp3\"/></entry>\r\n"
+        "<ENTRY><ref href=\"sub/b.mp3\"/><ref href=\"spare.mp3\"/></ENTRY>\r\n"
+        "<entry><title>No source</title></entry>\r\n</ASX>");
+    const auto reader = MakeReader(IVnTagReader::kASXPlaylist);
+    reader->SetFile(ToText(path));
+    ASSERT_EQ(reader->GetCount(), 2);
+    VnString text;
+    VnDllString adapter(text);
+    EXPECT_TRUE(reader->GetItem(0)->GetFilename(adapter));
+    EXPECT_EQ(ToBytes(text), "/Music/a & b.mp3");
+    EXPECT_EQ(Field(*reader->GetItem(0), L"Name"), "One & only");
+    EXPECT_TRUE(reader->GetItem(1)->GetFilename(adapter));
+    EXPECT_EQ(ToBytes(text), "sub/b.mp3");
+    EXPECT_EQ(Field(*reader->GetItem(1), L"filename"), "sub/b.mp3");
+
+    reader->SetFile(ToText(folder.Write("bad.asx", "<asx><entry><ref href=\"x.mp3\"></entry")));
+    EXPECT_EQ(reader->GetCount(), 1) << "a list that is cut short gives what it holds";
+    reader->SetFile(ToText(folder.Write("empty.asx", "")));
+    EXPECT_EQ(reader->GetCount(), 0);
+    reader->SetFile(ToText(folder / "missing.asx"));
+    EXPECT_EQ(reader->GetCount(), 0);
+}

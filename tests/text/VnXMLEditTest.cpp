@@ -1,0 +1,411 @@
+#include "tests/support/XMLIndex.h"
+#include "text/VnXMLDocument.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+namespace {
+
+using Access = VnXMLDocumentTestAccess;
+using Document = VnXMLDocument;
+
+struct EditCase {
+    const char* What;
+    const char* Before;
+    bool (*Edit)(Document&);
+    bool Result;
+    const char* After;
+};
+
+/// Puts the cursor on the root, and the child position on its first child if there is one.
+void StandOnRoot(Document& document) {
+    document.FindElement();
+    document.FindChildElement();
+}
+
+void Check(const EditCase& edit) {
+    SCOPED_TRACE(edit.What);
+    Document document;
+    document.SetDocument(ToText(edit.Before));
+    StandOnRoot(document);
+    EXPECT_EQ(edit.Edit(document), edit.Result);
+    EXPECT_EQ(ToBytes(document.GetText()), edit.After);
+    EXPECT_EQ(Access::Damage(document), "");
+    Document fresh;
+    if (fresh.SetDocument(document.GetText())) {
+        EXPECT_EQ(Access::Describe(document), Access::Describe(fresh));
+    }
+}
+
+constexpr uint32_t kChild = Document::kInsertChild;
+constexpr uint32_t kNoLine = Document::kInsertNoLineEnd;
+constexpr uint32_t kBefore = Document::kInsertBefore;
+constexpr uint32_t kReplace = Document::kInsertReplace;
+
+} // namespace
+
+TEST(VnXMLEdit, ElementsAreInsertedInTheirPlace) {
+    const EditCase kCases[] = {
+        {"behind main", "<a/>", [](Document& d) { return d.AddElement(L"b"); }, true,
+         "<a/><b/>\r\n"},
+        {"behind the line of main", "<a/> \r\n", [](Document& d) { return d.AddElement(L"b"); },
+         true, "<a/> \r\n<b/>\r\n"},
+        {"no move over white space ahead of text", "<a/> x",
+         [](Document& d) { return d.AddElement(L"b"); }, true, "<a/><b/>\r\n x"},
+        {"no move without a line end", "<a/> \r\n",
+         [](Document& d) { return d.AddElement(L"b", L"", kNoLine); }, true, "<a/><b/> \r\n"},
+        {"before main", "<a/>", [](Document& d) { return d.AddElement(L"b", L"v", kBefore); }, true,
+         "<b>v</b>\r\n<a/>"},
+        {"with no position at the end", "<!-- --><a/>",
+         [](Document& d) {
+             d.ResetPosition();
+             return d.AddElement(L"b");
+         },
+         true, "<!-- --><a/><b/>\r\n"},
+        {"with no position at the start", "<!-- --><a/>",
+         [](Document& d) {
+             d.ResetPosition();
+             return d.AddElement(L"b", L"", kBefore);
+         },
+         true, "<b/>\r\n<!-- --><a/>"},
+        {"blank ahead of the slash", "",
+         [](Document& d) { return d.AddElement(L"b", nullptr, Document::kInsertBlankBeforeSlash); },
+         true, "<b />\r\n"},
+        {"start tag alone", "",
+         [](Document& d) { return d.AddElement(L"b", nullptr, Document::kInsertNoEndTag); }, true,
+         "<b>\r\n"},
+        {"no value in a start tag alone", "",
+         [](Document& d) { return d.AddElement(L"b", L"v", Document::kInsertNoEndTag); }, false,
+         ""},
+        {"integer", "", [](Document& d) { return d.AddElement(L"b", -12); }, true,
+         "<b>-12</b>\r\n"},
+        {"first child of a self-closed element", "<a b='1'/>",
+         [](Document& d) { return d.AddElement(L"c", L"v", kChild); }, true,
+         "<a b='1'>\r\n<c>v</c>\r\n</a>"},
+        {"the same without line ends", "<a />",
+         [](Document& d) { return d.AddElement(L"c", L"v", kChild | kNoLine); }, true,
+         "<a ><c>v</c></a>"},
+        {"first child of an empty element", "<a></a>",
+         [](Document& d) { return d.AddElement(L"c", L"v", kChild); }, true,
+         "<a>\r\n<c>v</c>\r\n</a>"},
+        {"first child behind text", "<a>text</a>",
+         [](Document& d) { return d.AddElement(L"c", L"", kChild); }, true, "<a>text<c/>\r\n</a>"},
+        {"behind the child", "<a>\r\n<b/>\r\n<d/>\r\n</a>",
+         [](Document& d) { return d.AddElement(L"c", L"", kChild); }, true,
+         "<a>\r\n<b/>\r\n<c/>\r\n<d/>\r\n</a>"},
+        {"before the child", "<a>\r\n<b/>\r\n</a>",
+         [](Document& d) { return d.AddElement(L"c", L"", kChild | kBefore); }, true,
+         "<a>\r\n<c/>\r\n<b/>\r\n</a>"},
+        {"at the start of the content", "<a>\r\n<b/>\r\n</a>",
+         [](Document& d) {
+             d.IntoElement();
+             d.OutOfElement();
+             d.ResetPosition();
+             d.FindElement();
+             return d.AddElement(L"c", L"", kChild | kBefore);
+         },
+         true, "<a>\r\n<c/>\r\n<b/>\r\n</a>"},
+        {"in the place of the content", "<a>x<b/><c/></a>",
+         [](Document& d) { return d.AddElement(L"d", L"v", kChild | kReplace); }, true,
+         "<a><d>v</d>\r\n</a>"},
+        {"in the place of the document", "<!-- x --><a>x<b/></a>y",
+         [](Document& d) { return d.AddElement(L"d", L"v", kReplace); }, true, "<d>v</d>\r\n"},
+        {"no child without main", "", [](Document& d) { return d.AddElement(L"d", L"v", kChild); },
+         false, ""},
+        {"into an element that nothing ended", "<a><br></a>",
+         [](Document& d) {
+             d.IntoElement();
+             return d.AddElement(L"i", L"", kChild);
+         },
+         true, "<a><br>\r\n<i/>\r\n</br></a>"},
+    };
+    for (const EditCase& edit : kCases) {
+        Check(edit);
+    }
+}
+
+TEST(VnXMLEdit, ValuesAreWrittenSoThatTheyReadBack) {
+    struct ValueCase {
+        const wchar_t* Value;
+        uint32_t Options;
+        const char* Text;
+    };
+    constexpr ValueCase kCases[] = {
+        {L"a&b<c>d\"e'f", 0, "<v>a&amp;b&lt;c&gt;d\"e'f</v>\r\n"},
+        {L"a&b<c>d\"e'f", Document::kInsertEscapeQuotes,
+         "<v>a&amp;b&lt;c&gt;d&quot;e&apos;f</v>\r\n"},
+        {L"a&b<c>]]>d]]>", Document::kInsertCDATA,
+         "<v><![CDATA[a&b<c>]]]]><![CDATA[>d]]]]><![CDATA[>]]></v>\r\n"},
+        {L" \t\r\n ", 0, "<v> \t\r\n </v>\r\n"},
+        {L"\x01", 0, "<v>&#x1;</v>\r\n"},
+        {L"\u00E9\U0001F600", 0, "<v>\u00E9\U0001F600</v>\r\n"},
+    };
+    for (const ValueCase& value : kCases) {
+        Document document;
+        EXPECT_TRUE(document.AddElement(L"v", value.Value, value.Options));
+        EXPECT_EQ(ToBytes(document.GetText()), value.Text);
+        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), ToBytes(value.Value));
+        Document fresh(document.GetText());
+        EXPECT_EQ(ToBytes(fresh.GetDataAt(L"v")), ToBytes(value.Value));
+        EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"n", value.Value));
+        EXPECT_EQ(ToBytes(document.GetAttribute(document.GetMainPosition(), L"N")),
+                  ToBytes(value.Value));
+    }
+    Document document;
+    document.AddElement(L"v", L"a\x1f\x02");
+    EXPECT_EQ(ToBytes(document.GetText()), "<v>a?"
+                                           "?</v>\r\n");
+}
+
+TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
+    const EditCase kCases[] = {
+        {"new", "<a>x</a>",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", L"1"); }, true,
+         "<a b=\"1\">x</a>"},
+        {"new in a self-closed tag", "<a />",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", 7); }, true,
+         "<a b=\"7\" />"},
+        {"new behind the last", "<a b='1'  >x</a>",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"c", L"\"<&>'"); }, true,
+         "<a b='1' c=\"&quot;&lt;&amp;&gt;&apos;\"  >x</a>"},
+        {"old in single quotes", "<a b = 'long value' c=\"2\"><d/></a>",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"B", L"1"); }, true,
+         "<a b = \"1\" c=\"2\"><d/></a>"},
+        {"old without quotes", "<a b=1/>",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", L"2"); }, true,
+         "<a b=\"2\"/>"},
+        {"old without a value", "<a b c='1'/>",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", L"2"); }, true,
+         "<a b=\"2\" c='1'/>"},
+        {"of the child", "<a><b/><c/></a>",
+         [](Document& d) { return d.SetAttribute(d.GetChildPosition(), L"x", L""); }, true,
+         "<a><b x=\"\"/><c/></a>"},
+        {"of nothing", "",
+         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"x", L""); }, false, ""},
+        {"of an instruction", "<a><?p b=\"1\"?><c/></a>",
+         [](Document& d) {
+             d.ResetPosition();
+             d.FindElement();
+             d.IntoElement();
+             return d.FindNode(Document::kNodeInstruction) != 0
+                    && d.SetAttribute(d.GetMainPosition(), L"b", L"22")
+                    && d.SetAttribute(d.GetMainPosition(), L"c", L"3")
+                    && d.GetAttribute(d.GetMainPosition(), L"c") == L"3"
+                    && d.RemoveAttribute(0, L"c");
+         },
+         true, "<a><?p b=\"22\"?><c/></a>"},
+        {"removed", "<a b='1' c='2'><d/></a>",
+         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"b"); }, true,
+         "<a c='2'><d/></a>"},
+        {"removed, the last", "<a b='1' \r\n c = '2' />",
+         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"c"); }, true,
+         "<a b='1' />"},
+        {"removed, bare", "<a b c=1/>",
+         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"c"); }, true, "<a b/>"},
+        {"not there", "<a b='c'/>",
+         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"c"); }, false,
+         "<a b='c'/>"},
+        {"the tag's name is none", "<a/>",
+         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"a"); }, false, "<a/>"},
+    };
+    for (const EditCase& edit : kCases) {
+        Check(edit);
+    }
+}
+
+TEST(VnXMLEdit, ElementsAreRemovedWithTheirLine) {
+    const EditCase kCases[] = {
+        {"the only one", "<a>x<b/></a>\r\n",
+         [](Document& d) { return d.RemoveElement() && d.GetMainPosition() == 0; }, true, ""},
+        {"ahead of text", "<r><a/> x</r>", [](Document& d) { return d.RemoveChildElement(); }, true,
+         "<r> x</r>"},
+        {"ahead of a tag", "<r>\r\n<a/>\r\n<b/>\r\n</r>",
+         [](Document& d) { return d.RemoveChildElement() && d.GetChildPosition() == 0; }, true,
+         "<r>\r\n<b/>\r\n</r>"},
+        {"the last child", "<r>\r\n<a/>\r\n<b><c/></b>\r\n</r>",
+         [](Document& d) {
+             return d.FindChildElement(L"b") && d.RemoveChildElement()
+                    && d.GetTagName(d.GetChildPosition()) == L"a";
+         },
+         true, "<r>\r\n<a/>\r\n</r>"},
+        {"none", "", [](Document& d) { return d.RemoveElement() || d.RemoveChildElement(); }, false,
+         ""},
+    };
+    for (const EditCase& edit : kCases) {
+        Check(edit);
+    }
+}
+
+TEST(VnXMLEdit, FragmentsAndContent) {
+    const EditCase kCases[] = {
+        {"the first element only", "<a/>",
+         [](Document& d) { return d.AddSubDocument(L"<!-- --><b><c/></b><d/>", kChild); }, true,
+         "<a>\r\n<b><c/></b>\r\n</a>"},
+        {"no element: as text", "<a/>",
+         [](Document& d) { return d.AddSubDocument(L"text", kChild | kNoLine); }, false,
+         "<a>text</a>"},
+        {"ill-formed: as text", "<r><a/></r>",
+         [](Document& d) {
+             return d.AddSubDocument(L"<b></c>", kChild | kNoLine) || d.IsWellFormed();
+         },
+         false, "<r><a/><b></c></r>"},
+        {"its own text", "<a/>",
+         [](Document& d) { return d.AddSubDocument(d.GetText(), kChild | kNoLine); }, true,
+         "<a><a/></a>"},
+        {"content", "<a>old<b/></a>",
+         [](Document& d) { return d.SetElementContent(L"new<c/><d>e</d>"); }, true,
+         "<a>new<c/><d>e</d></a>"},
+        {"content of a self-closed element", "<a/>",
+         [](Document& d) { return d.SetElementContent(L"<c/>"); }, true, "<a><c/></a>"},
+        {"ill-formed content", "<a>old<b/></a>",
+         [](Document& d) { return d.SetElementContent(L"<c><d/>") || d.IsWellFormed(); }, false,
+         "<a><c><d/></a>"},
+        {"empty content", "<a>old<b/></a>", [](Document& d) { return d.SetElementContent(L""); },
+         true, "<a></a>"},
+        {"content of nothing", "", [](Document& d) { return d.SetElementContent(L"x"); }, false,
+         ""},
+        {"data", "<a>old</a>", [](Document& d) { return d.SetData(d.GetMainPosition(), L"n<w"); },
+         true, "<a>n&lt;w</a>"},
+        {"data as CDATA", "<a/>",
+         [](Document& d) { return d.SetData(d.GetMainPosition(), L"n<w", Document::kInsertCDATA); },
+         true, "<a><![CDATA[n<w]]></a>"},
+        {"data over comments", "<a>x<!-- --></a>",
+         [](Document& d) { return d.SetData(d.GetMainPosition(), 5); }, true, "<a>5</a>"},
+        {"no data over children", "<a><b/></a>",
+         [](Document& d) { return d.SetData(d.GetMainPosition(), L"x"); }, false, "<a><b/></a>"},
+        {"data at a path", "<a><b/></a>", [](Document& d) { return d.SetDataAt(L"a/b", L"x"); },
+         true, "<a><b>x</b></a>"},
+        {"data at no path", "<a><b/></a>", [](Document& d) { return d.SetDataAt(L"a/c", L"x"); },
+         false, "<a><b/></a>"},
+    };
+    for (const EditCase& edit : kCases) {
+        Check(edit);
+    }
+}
+
+TEST(VnXMLEdit, NodesOfEveryTypeAreWrittenAndRead) {
+    struct NodeCase {
+        int32_t Type;
+        const wchar_t* Text;
+        const char* Written; ///< between <a> and </a>; null when it is refused
+        const char* Name;
+        const char* Data;
+    };
+    constexpr NodeCase kCases[] = {
+        {Document::kNodeElement, L"b c='1'", "\r\n<b c='1'/>", "b", ""},
+        {Document::kNodeText, L"x<y", "\r\nx&lt;y", "#text", "x<y"},
+        {Document::kNodeWhiteSpace, L" \r\n", "\r\n \r\n", "#text", " \r\n"},
+        {Document::kNodeCDATA, L"x<y&", "\r\n<![CDATA[x<y&]]>", "#cdata-section", "x<y&"},
+        {Document::kNodeCDATA, L"x]]>y", nullptr, "", ""},
+        {Document::kNodeInstruction, L"p q='1'", "\r\n<?p q='1'?>\r\n", "p", "p q='1'"},
+        {Document::kNodeComment, L" c ", "\r\n<!-- c -->\r\n", "#comment", " c "},
+        {Document::kNodeDeclaration, L"<!DOCTYPE html x>", "\r\n<!DOCTYPE html x>\r\n", "html",
+         "<!DOCTYPE html x>"},
+        {Document::kNodeLoneEndTag, L"x", nullptr, "", ""},
+        {Document::kNodeText, L"", nullptr, "", ""},
+    };
+    for (const NodeCase& node : kCases) {
+        SCOPED_TRACE(std::to_string(node.Type) + " " + ToBytes(node.Text));
+        Document document(L"<a></a>");
+        document.FindElement();
+        document.IntoElement();
+        ASSERT_EQ(document.AddNode(node.Type, node.Text), node.Written != nullptr);
+        if (node.Written == nullptr) {
+            EXPECT_EQ(ToBytes(document.GetText()), "<a></a>");
+            continue;
+        }
+        EXPECT_EQ(ToBytes(document.GetText()), std::string("<a>") + node.Written + "</a>");
+        EXPECT_EQ(document.GetNodeType(), node.Type);
+        EXPECT_EQ(ToBytes(document.GetNodeName()), node.Name);
+        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), node.Data);
+        EXPECT_EQ(Access::Describe(document), Access::Describe(Document(document.GetText())));
+    }
+}
+
+TEST(VnXMLEdit, CurrentNodesAreChangedAndRemoved) {
+    Document document(L"<a>one<!--c-->two<b/>three</a>");
+    document.FindElement();
+    document.IntoElement();
+    ASSERT_EQ(document.FindNode(Document::kNodeComment), Document::kNodeComment);
+    EXPECT_FALSE(document.SetElementContent(L"x"));
+    EXPECT_TRUE(document.SetData(document.GetMainPosition(), L"longer"));
+    EXPECT_EQ(ToBytes(document.GetText()), "<a>one<!--longer-->two<b/>three</a>");
+    EXPECT_TRUE(document.AddNode(Document::kNodeCDATA, L"d"));
+    EXPECT_EQ(ToBytes(document.GetText()), "<a>one<!--longer--><![CDATA[d]]>two<b/>three</a>");
+    EXPECT_TRUE(document.RemoveNode());
+    EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), "longer");
+    EXPECT_TRUE(document.RemoveNode());
+    // The two texts are one now.
+    EXPECT_EQ(document.GetNodeType(), Document::kNodeText);
+    EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), "onetwo");
+    EXPECT_EQ(document.FindNode(), Document::kNodeElement);
+    EXPECT_TRUE(document.RemoveNode());
+    EXPECT_EQ(ToBytes(document.GetText()), "<a>onetwothree</a>");
+    EXPECT_EQ(document.GetNodeType(), Document::kNodeText);
+    EXPECT_TRUE(document.SetData(document.GetMainPosition(), L""));
+    EXPECT_EQ(ToBytes(document.GetText()), "<a></a>");
+    EXPECT_EQ(document.GetNodeType(), Document::kNodeNone);
+    EXPECT_FALSE(document.RemoveNode());
+    EXPECT_EQ(Access::Describe(document), Access::Describe(Document(document.GetText())));
+}
+
+TEST(VnXMLEdit, TheCurrentNodeMovesWithChangesAheadOfIt) {
+    Document document(L"<a><b/>text<c/></a>");
+    document.FindElement();
+    document.IntoElement();
+    ASSERT_EQ(document.FindNode(Document::kNodeText), Document::kNodeText);
+    EXPECT_TRUE(document.SetAttribute(document.GetParentPosition(), L"x", L"1"));
+    EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), "text");
+    EXPECT_FALSE(document.AddSubDocument(L"</z>", kBefore | kNoLine));
+    EXPECT_EQ(ToBytes(document.GetText()), "<a x=\"1\"><b/></z>text<c/></a>");
+    EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), "text");
+    EXPECT_TRUE(document.RemoveAttribute(document.GetParentPosition(), L"x"));
+    EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), "text");
+    EXPECT_EQ(document.FindNode(), Document::kNodeElement);
+    EXPECT_EQ(ToBytes(document.GetNodeName()), "c");
+}
+
+TEST(VnXMLEdit, ABuiltDocumentHasOneElementALine) {
+    Document document;
+    EXPECT_EQ(document.GetFlags(), static_cast<uint32_t>(Document::kIgnoreCase));
+    EXPECT_TRUE(document.AddElement(L"Field", L"/m/a & b.mp3"));
+    EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"Name", L"Filename"));
+    EXPECT_TRUE(document.AddElement(L"Field", L"x"));
+    EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"Name", L"Artist"));
+    EXPECT_EQ(
+        ToBytes(document.GetText()),
+        "<Field Name=\"Filename\">/m/a &amp; b.mp3</Field>\r\n<Field Name=\"Artist\">x</Field>\r\n");
+    EXPECT_EQ(document.GetFlags(), Document::kIgnoreCase | Document::kDocumentChanged);
+    Document read;
+    EXPECT_FALSE(read.SetDocument(document.GetText()));
+    EXPECT_EQ(ToBytes(read.GetError()), "Root element has sibling");
+    std::string fields;
+    while (read.FindElement(L"field")) {
+        fields += ToBytes(read.GetAttribute(read.GetMainPosition(), L"name")) + "="
+                  + ToBytes(read.GetData(read.GetMainPosition())) + ";";
+    }
+    EXPECT_EQ(fields, "Filename=/m/a & b.mp3;Artist=x;");
+}
+
+TEST(VnXMLEdit, CopiesAreApart) {
+    Document first(L"<a><b/></a>");
+    first.FindElement();
+    first.FindChildElement();
+    first.SavePosition(L"here");
+    Document second(first);
+    EXPECT_TRUE(second.SetAttribute(second.GetChildPosition(), L"x", L"1"));
+    EXPECT_TRUE(second.RemoveChildElement());
+    EXPECT_EQ(ToBytes(first.GetText()), "<a><b/></a>");
+    EXPECT_FALSE(second.RestorePosition(L"here"));
+    EXPECT_TRUE(first.RestorePosition(L"here"));
+    first = second;
+    EXPECT_EQ(ToBytes(first.GetText()), "<a></a>");
+    Document& same = first;
+    first = same;
+    EXPECT_EQ(Access::Describe(first), Access::Describe(second));
+    Document third(std::move(second));
+    EXPECT_EQ(ToBytes(third.GetText()), "<a></a>");
+    EXPECT_EQ(Access::Damage(first) + Access::Damage(third), "");
+}
