@@ -82,7 +82,8 @@ int32_t VnArray<T, ARG, PLAIN>::InsertAt(int32_t index, ARG value) {
 template<typename T, typename ARG, bool PLAIN>
 void VnArray<T, ARG, PLAIN>::Append(const VnArray& other) {
     const int32_t added = other.Base.Count;
-    this->Reserve(this->Base.Count + added);
+    // Exact room suits a copy; an array that is appended to again and again grows by its steps.
+    this->Reserve(this->Base.GetCountWith(added), /*exact=*/this->IsEmpty());
     for (int32_t index = 0; index < added; ++index) {
         ++this->Base.Count;
         this->SetElement(this->Base.Count - 1, other.Data[index], /*releaseOld=*/false);

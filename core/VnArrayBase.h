@@ -28,6 +28,11 @@ struct VnArrayBase {
     /// The capacity that Grow picks for `needed` elements when it is not asked for an exact one.
     int32_t GetGrownCapacity(int32_t needed) const;
 
+    /// Count plus `added`. A sum beyond int32 comes out negative, which Grow refuses.
+    int32_t GetCountWith(int32_t added) const {
+        return static_cast<int32_t>(static_cast<uint32_t>(Count) + static_cast<uint32_t>(added));
+    }
+
     /// Frees what Grow gave; null is ignored. The elements have been released before.
     static void FreeData(void* data);
 };

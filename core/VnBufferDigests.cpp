@@ -1,6 +1,7 @@
 #include "core/VnBuffer.h"
 
 #include "core/VnString.h"
+#include "core/VnStringDetail.h"
 
 #include <cryptopp/modes.h>
 #include <cryptopp/sha.h>
@@ -154,7 +155,7 @@ void VnBuffer::SetHexText(const VnString& text) {
 
 VnString VnBuffer::GetHexText() const {
     VnString text;
-    text.SetHexBytes(GetData(), static_cast<int32_t>(GetSize()));
+    text.SetHexBytes(GetData(), VnStringDetail::AddLengths(GetSize(), 0));
     return text;
 }
 
@@ -164,6 +165,6 @@ bool VnBuffer::SetBase64Text(const VnString& text) {
 
 VnString VnBuffer::GetBase64Text(bool lineBreaks) const {
     VnString text;
-    text.SetBase64(GetData(), static_cast<int32_t>(GetSize()), lineBreaks);
+    text.SetBase64(GetData(), VnStringDetail::AddLengths(GetSize(), 0), lineBreaks);
     return text;
 }

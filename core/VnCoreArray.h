@@ -193,7 +193,7 @@ void VnCoreArray<T, ARG, PLAIN>::Empty(bool freeMemory) {
 template<typename T, typename ARG, bool PLAIN>
 void VnCoreArray<T, ARG, PLAIN>::OpenGap(int32_t index, int32_t count) {
     if (Base.Capacity - Base.Count < count) {
-        Reserve(Base.Count + count, /*exact=*/false);
+        Reserve(Base.GetCountWith(count), /*exact=*/false);
     }
     MoveSlots(index + count, index, Base.Count - index);
     Base.Count += count;

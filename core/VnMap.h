@@ -2,6 +2,7 @@
 
 #include "core/VnMapBase.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -182,7 +183,9 @@ void VnMap<KEY, KEYARG, VALUE, VALUEARG, RELEASE>::ReleaseNode(CNode* node, bool
 template<typename KEY, typename KEYARG, typename VALUE, typename VALUEARG, bool RELEASE>
 template<typename NODE>
 NODE* VnMap<KEY, KEYARG, VALUE, VALUEARG, RELEASE>::MakeNode(KEYARG key) {
-    auto* node = new (AllocateNode(GetNodeSize())) NODE();
+    // A set reached as a map makes whole entries, which take more than its own nodes.
+    const auto size = std::max(GetNodeSize(), static_cast<int64_t>(sizeof(NODE)));
+    auto* node = new (AllocateNode(size)) NODE();
     try {
         node->Key = key;
     } catch (...) {

@@ -58,19 +58,26 @@ void RemoveDuplicatesPairwise(VnStringArray& strings) {
     }
 }
 
+/// Asks `leaves` for each element in order, removes those that it accepts and returns their number.
+/// One pass: removal one by one would move the tail each time.
+template<typename PREDICATE>
+int32_t RemoveIf(VnStringArray& strings, const PREDICATE& leaves) {
+    const int32_t count = strings.GetCount();
+    int32_t kept = 0;
+    for (int32_t index = 0; index < count; ++index) {
+        if (!leaves(strings[index])) {
+            strings[kept++].Swap(strings[index]);
+        }
+    }
+    strings.SetSize(kept);
+    return count - kept;
+}
+
 void RemoveDuplicatesByHash(VnStringArray& strings) {
     VnStringCRCUniqueList<false> seen;
     seen.SetNodeAllocator(true);
     seen.Reserve(strings.GetCount());
-    VnNumberArray<int> repeats;
-    for (int32_t index = 0; index < strings.GetCount(); ++index) {
-        if (!seen.Add(strings[index])) {
-            repeats.Add(index);
-        }
-    }
-    for (int32_t repeat = repeats.GetCount() - 1; repeat >= 0; --repeat) {
-        strings.RemoveAt(repeats[repeat]);
-    }
+    RemoveIf(strings, [&seen](const VnString& text) { return !seen.Add(text); });
 }
 
 } // namespace
@@ -104,14 +111,9 @@ int32_t VnStringArray::RemoveMatching(const wchar_t* text, bool caseFlag, bool w
     // The text may be an element that goes itself.
     const VnString wanted(text);
     const CTextMatcher matcher(wanted.GetText(), caseFlag);
-    int32_t removed = 0;
-    for (int32_t index = GetCount() - 1; index >= 0; --index) {
-        if (whole ? matcher.Equals(Data[index]) : matcher.StandsIn(Data[index])) {
-            RemoveAt(index);
-            ++removed;
-        }
-    }
-    return removed;
+    return RemoveIf(*this, [&](const VnString& element) {
+        return whole ? matcher.Equals(element) : matcher.StandsIn(element);
+    });
 }
 
 int32_t VnStringArray::ReplaceValue(const wchar_t* oldText, const wchar_t* newText, bool caseFlag) {

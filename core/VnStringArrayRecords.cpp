@@ -12,7 +12,7 @@ constexpr int32_t kShortestRecord = 4;
 } // namespace
 
 void VnStringArray::AppendNumbers(const VnNumberArray<int>& numbers) {
-    Reserve(GetCount() + numbers.GetCount());
+    Reserve(Base.GetCountWith(numbers.GetCount()), /*exact=*/IsEmpty());
     for (const int number : numbers) {
         Add(VnString::FromInt(number));
     }

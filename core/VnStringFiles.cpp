@@ -91,20 +91,11 @@ VnString CleanPath(const VnString& path) {
     while (known > 0 && !VnFileSystem::IsDirectory(path.Left(known + 1))) {
         known = path.ReverseFind(L'/', known - 1);
     }
-    VnString clean = path.Left(known + 1);
-    VnString segment;
-    for (int32_t start = known + 1; start < path.GetLength();) {
-        int32_t end = path.Find(L'/', start);
-        end = end < 0 ? path.GetLength() : end;
-        segment = path.Mid(start, end - start);
-        VnFileSystem::ReplaceIllegalCharacters(segment, kNoFileCharacter);
-        clean += segment;
-        if (end < path.GetLength()) {
-            clean += L'/';
-        }
-        start = end + 1;
-    }
-    return clean;
+    VnString rest = path.Mid(known + 1);
+    VnFileSystem::CleanPathName(rest, /*cleanSegments=*/true, kNoFileCharacter,
+                                /*limitLength=*/true,
+                                /*keepDots=*/true);
+    return path.Left(known + 1) + rest;
 }
 
 /// Writes until everything is out; a device that takes less at a time is asked again.
@@ -146,7 +137,8 @@ bool VnString::SaveToFile(const wchar_t* path, int32_t encoding) const {
     const VnString target = CleanPath(VnFilename::GetLocalPath(path));
     // A directory that could not be made shows when the file is opened.
     VnFileSystem::MakeDirectoryTree(VnFilename::GetPathOnly(target));
-    VnFile file(target, VnFile::kAccessWrite, VnFile::kShareRead, VnFile::CreateAlways);
+    VnFile file(target, VnFile::kAccessWrite, VnFile::kShareRead | VnFile::kShareWrite,
+                VnFile::CreateAlways);
     return file.Open() && WriteAll(file, bytes);
 }
 

@@ -23,7 +23,7 @@ struct CFileLoader::CTransfer {
         , Date(date)
         , IsRemote(source.GetIsFileRemote()) {}
 
-    void CloseWriter() {
+    void CloseWriter() const {
         if (Writer != nullptr) {
             Writer->Close();
         }

@@ -1,11 +1,15 @@
 #include "data/VnOrderedPropertyMap.h"
 
 VnOrderedPropertyMap::VnOrderedPropertyMap(const VnOrderedPropertyMap& other) : VnPropertyMap() {
-    VnOrderedPropertyMap::CopyFrom(other);
+    VnPropertyMap::CopyFrom(other);
+    Keys = other.Keys;
 }
 
 VnOrderedPropertyMap& VnOrderedPropertyMap::operator=(const VnOrderedPropertyMap& other) {
-    VnOrderedPropertyMap::CopyFrom(other);
+    if (&other != this) {
+        VnPropertyMap::CopyFrom(other);
+        Keys = other.Keys;
+    }
     return *this;
 }
 

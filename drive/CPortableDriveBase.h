@@ -23,7 +23,8 @@ class VnStringArray;
 /// kResultOk or kResultFailure. Path texts of folders end in one "/"; slots are only ever appended.
 class CPortableDriveBase {
 public:
-    /// `owner` (may be null in tests) outlives the drive.
+    /// `owner` outlives the drive; a drive without one has no settings, and only Initialize, Cancel
+    /// and GetHost work.
     explicit CPortableDriveBase(CPortableDrivesImpl* owner);
     CPortableDriveBase(const CPortableDriveBase&) = delete;
     CPortableDriveBase& operator=(const CPortableDriveBase&) = delete;
@@ -95,9 +96,14 @@ public:
     /// its end.
     VnString GetDriveRootFolder();
     /// Whether a path still lies below the device root when the links of its folders are followed.
-    /// Folders that do not exist yet count as plain. True for a device without a root. A path that
-    /// is itself a link is judged by its folder.
+    /// Folders that do not exist yet count as plain. False for a device without a root, or whose
+    /// root is not there. A path that is itself a link is judged by its folder, as fits its
+    /// deletion.
     bool IsInsideDevice(const VnString& path);
+    /// Whether a file may be written at a path: inside the device, and not through a link.
+    bool MayWrite(const VnString& path);
+    /// Whether the path itself is a link, wherever it leads.
+    static bool IsLink(const VnString& path);
 
     /// Copies `source` (anything the reader module reads) to `target`, which takes a free name
     /// first and comes back with it. Chunks follow the device's speed; the host hears of each and

@@ -66,33 +66,37 @@ CPortableDriveBase::ProcessCommand(const wchar_t* text, int32_t code, IVnHandhel
     int32_t result = kResultOk;
     switch (code) {
     case kCommandDelete:
-        return object == nullptr ? kResultFailure : Delete(object);
+        result = object == nullptr ? kResultFailure : Delete(object);
+        break;
     case kCommandUpload: {
-        IVnHandheldFile* file =
-            object != nullptr && object->GetCount() > 0 ? object->GetItem(0) : nullptr;
-        return file == nullptr ? kResultFailure : Upload(file);
+        const bool hasItem = object != nullptr && object->GetCount() > 0;
+        IVnHandheldFile* file = hasItem ? object->GetItem(0) : nullptr;
+        result = file == nullptr ? kResultFailure : Upload(file);
+        break;
     }
     case kCommandSendPlaylist: {
         const VnString name(text);
         result = object == nullptr ? kResultFailure : SendPlaylistInfo(name, object);
         log.Write("hr result %x from SendPlaylistInfo, name=%s", result, name);
-        return result;
+        break;
     }
     case kCommandBeginSync:
         InSync = true;
         DeleteFilesNotInSync();
-        return kResultOk;
+        break;
     case kCommandEndSync:
         SyncDone = SyncDone || InSync;
         SaveDatabase();
         InSync = false;
-        return kResultOk;
+        break;
     case kCommandHook:
         OnCommandHook();
-        return kResultOk;
+        break;
     default:
-        return kResultOk;
+        break;
     }
+    log.Result = result;
+    return result;
 }
 
 void CPortableDriveGeneric::OnCommandHook() {
@@ -172,7 +176,9 @@ void CPortableDriveGeneric::RunMenu(const VnString& location, const VnString& fo
     if (id == kMenuDeleteFolder) {
         const VnString question =
             VnTranslated(L"Are you sure you want to delete this folder and all subfolders?");
-        if (AskYesNo(question, L"Confirm Delete") && IsInsideDevice(folder + L"/")) {
+        const bool isWithinRoot =
+            MayWrite(folder) && !GetDriveRootFolder().StartsWith(folder + L"/");
+        if (AskYesNo(question, L"Confirm Delete") && isWithinRoot) {
             VnFileSystem::DeleteDirectoryTree(folder);
         }
     } else if (id == kMenuDeletePlaylist) {
@@ -198,8 +204,10 @@ void CPortableDriveGeneric::RebuildDatabase() {
         return;
     }
     const VnString path = GetDatabasePath();
-    VnFileSystem::SetFileAttributes(path, kAttributeNormal);
-    VnFileSystem::DeleteFile(path);
+    if (IsInsideDevice(path)) {
+        VnFileSystem::SetFileAttributes(path, kAttributeNormal);
+        VnFileSystem::DeleteFile(path);
+    }
     if (IVnHandheldHost* host = GetHost(); host != nullptr) {
         host->OnDatabaseRemoved();
     }

@@ -15,9 +15,19 @@
 #include "runtime/VnSharedText.h"
 #include "text/VnXMLDocument.h"
 
+#include <algorithm>
+#include <cwchar>
+#include <limits>
+#include <vector>
+
 namespace {
 
 constexpr const wchar_t* kLogName = L"CPortableDriveGeneric::GetFiles";
+constexpr const wchar_t* kHead =
+    L"<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\r\n<MPL Version=\"2.0\">\r\n";
+constexpr const wchar_t* kTail = L"</MPL>";
+constexpr const wchar_t* kItemStart = L"<Item>\r\n";
+constexpr const wchar_t* kItemEnd = L"</Item>\r\n";
 constexpr const wchar_t* kFilenameStart = L"<Field Name=\"Filename\">";
 constexpr const wchar_t* kFieldEnd = L"</Field>";
 constexpr int32_t kCurrentVersion = 20; // "2.0" without its dot
@@ -94,21 +104,50 @@ bool CPortableDriveGeneric::LoadDocument(VnBuffer& bytes) {
     return true;
 }
 
-void CPortableDriveGeneric::SaveDatabase() {
-    const VnLogScope log(kLogHandheld, "CPortableDriveGeneric::SaveDatabase");
-    constexpr int32_t kTextGrowStep = 0x100000;
-    VnString text(
-        L"<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\r\n<MPL Version=\"2.0\">\r\n");
+bool CPortableDriveGeneric::CanBeStored(const VnString& path) {
+    const wchar_t* const end = path.GetText() + path.GetLength();
+    return std::none_of(path.GetText(), end,
+                        [](wchar_t ch) { return ch < L' ' || (ch >= 0xDC80 && ch <= 0xDCFF); });
+}
+
+VnString CPortableDriveGeneric::MakeDatabaseText() {
+    std::vector<const VnString*> records;
+    records.reserve(static_cast<size_t>(DatabaseMap.GetCount()));
+    int64_t length = std::wcslen(kHead) + std::wcslen(kTail);
     for (auto cursor = DatabaseMap.GetFirst(); cursor.Item != nullptr;
          DatabaseMap.GetNext(cursor)) {
-        text.Append(L"<Item>\r\n", -1, kTextGrowStep);
-        text.Append(cursor.Item->Value.GetText(), cursor.Item->Value.GetLength(), kTextGrowStep);
-        text.Append(L"</Item>\r\n", -1, kTextGrowStep);
+        if (CanBeStored(cursor.Item->Key)) {
+            records.push_back(&cursor.Item->Value);
+            length += static_cast<int64_t>(std::wcslen(kItemStart) + std::wcslen(kItemEnd))
+                      + cursor.Item->Value.GetLength();
+        }
     }
-    text += L"</MPL>";
+    VnString text;
+    if (length > std::numeric_limits<int32_t>::max() / 8) {
+        return text; // no text of this size can be held; millions of records
+    }
+    text.GetBuffer(static_cast<int32_t>(length), /*exact=*/true);
+    text.ReleaseBuffer(0);
+    text.Append(kHead);
+    for (const VnString* record : records) {
+        text.Append(kItemStart, -1, record->GetText(), record->GetLength(), kItemEnd, -1);
+    }
+    text.Append(kTail);
+    return text;
+}
+
+void CPortableDriveGeneric::SaveDatabase() {
+    VnLogScope log(kLogHandheld, "CPortableDriveGeneric::SaveDatabase");
     const VnString path = GetDatabasePath();
+    if (!MayWrite(path)) {
+        log.Write("Not on the device: %s", path);
+        return;
+    }
+    const VnString text = MakeDatabaseText();
     VnFileSystem::SetFileAttributes(path, kAttributeNormal);
-    text.SaveToFile(path, kEncodingUTF8);
+    if (text.IsEmpty() || !text.SaveToFile(path, kEncodingUTF8)) {
+        log.Write("Unable to save %s", path);
+    }
     VnFileSystem::SetFileAttributes(path, kAttributeHiddenSystem);
 }
 

@@ -11,10 +11,26 @@
 #include "runtime/VnLog.h"
 #include "runtime/VnSharedText.h"
 
+#include <filesystem>
+
 namespace {
 
 constexpr uint32_t kAttributeNormal = 0x80;
 constexpr int32_t kShortestPrunedPath = 3;
+
+/// Whether nothing is left in a folder but thumbnail stores, names with a leading dot included.
+/// False for a folder that cannot be read: what is in it isn't known.
+bool HoldsNothing(const VnString& folder) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(VnStringUTF8(folder).GetBytes(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const VnString name = VnString::FromFileSystemText(entry->path().filename().c_str());
+        if (!name.EqualsNoCase(L"Thumbs.db") || entry->is_directory(error)) {
+            return false;
+        }
+    }
+    return !error;
+}
 
 /// Whether `folder` (no "/" at its end) is one of `folders` (with one), in any letter case.
 bool IsOneOf(const VnString& folder, const VnStringArray& folders) {
@@ -24,7 +40,8 @@ bool IsOneOf(const VnString& folder, const VnStringArray& folders) {
 } // namespace
 
 int32_t CPortableDriveGeneric::Delete(IVnHandheldFileList* list) {
-    const VnLogScope log(kLogHandheld, "CPortableDriveGeneric::Delete");
+    VnLogScope log(kLogHandheld, "CPortableDriveGeneric::Delete");
+    log.Result = kResultOk;
     const VnString root = GetDriveRootFolder();
     VnStringArray protectedFolders;
     GetProtectedFolders(root, protectedFolders);
@@ -42,8 +59,8 @@ int32_t CPortableDriveGeneric::Delete(IVnHandheldFileList* list) {
         if (!VnFileSystem::DeleteFile(path)) {
             continue;
         }
-        VnString folder = VnFilename(path).GetPathOnly();
-        PruneEmptyFolders(folder, root, protectedFolders);
+        VnString folder = path.Left(path.ReverseFind(L'/') + 1);
+        PruneEmptyFolders(folder, protectedFolders);
         DatabaseMap.RemoveKey(path);
         anythingDeleted = true;
     }
@@ -56,26 +73,30 @@ int32_t CPortableDriveGeneric::Delete(IVnHandheldFileList* list) {
 void CPortableDriveGeneric::GetProtectedFolders(const VnString& root, VnStringArray& folders) {
     for (const wchar_t* key :
          {L"AudioBasePath", L"ImageBasePath", L"VideoBasePath", L"PlaylistBasePath"}) {
-        folders.Add(JoinDevicePath(root, GetDeviceInfo().GetString(key, nullptr), /*prefix=*/true,
-                                   /*strip=*/true));
+        const VnString value = GetDeviceInfo().GetString(key, nullptr);
+        folders.Add(JoinDevicePath(root, value, /*prefix=*/true, /*strip=*/true));
+        // A value with back-slashes names a folder only once it is resolved.
+        if (value.Find(L'\\') >= 0) {
+            folders.Add(JoinDevicePath(root, GetBasePath(key), /*prefix=*/true, /*strip=*/true));
+        }
+    }
+    // The root itself and what lies above it are not the device's folders.
+    for (VnString above = root; above.GetLength() > 1;
+         above = above.Left(above.ReverseFind(L'/') + 1)) {
+        folders.Add(above);
+        above.TrimRight(L'/');
     }
     folders.RemoveDuplicates();
 }
 
 void CPortableDriveGeneric::PruneEmptyFolders(VnString& path,
-                                              const VnString& root,
                                               const VnStringArray& protectedFolders) {
     if (path.IsEmpty()) {
         return;
     }
     path.RemoveSuffix(L"/");
     while (path.GetLength() >= kShortestPrunedPath) {
-        if (!VnFileSystem::IsDirectoryEmpty(path, /*defaultResult=*/false, /*recursive=*/false,
-                                            /*directoriesCount=*/true)) {
-            break;
-        }
-        // The root itself and what lies above it are not the device's folders.
-        if (IsOneOf(path, protectedFolders) || root.StartsWith(path + L"/", /*caseFlag=*/false)) {
+        if (!HoldsNothing(path) || IsOneOf(path, protectedFolders)) {
             break;
         }
         VnFileSystem::DeleteDirectoryTree(path);

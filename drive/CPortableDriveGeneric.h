@@ -47,12 +47,24 @@ public:
     int32_t Delete(IVnHandheldFileList* list) override;
     /// With the property DeleteFilesNotInSync, deletes the device's playlists.
     void DeleteFilesNotInSync() override;
+    /// Removes a folder that holds nothing any more, and each folder above it that this empties, up
+    /// to a protected one. `path` is left at the folder that stopped the climb.
+    static void PruneEmptyFolders(VnString& path, const VnStringArray& protectedFolders);
 
     // Upload and art: CPortableDriveUpload.cpp
 
     /// Sends a library file (and what GetAllFilesExtensionMask carries along) to the path worked
     /// out for it. 0 when at least one file of the item arrived.
     int32_t Upload(IVnHandheldFile* file) override;
+    /// The source, and the files beside it with the same name and an extension that begins with
+    /// `mask`.
+    static void
+    CollectUploadFiles(const VnFilename& source, const VnString& mask, VnStringArray& files);
+    /// Each dot that begins a segment becomes "_".
+    static void ReplaceLeadingDots(VnString& path);
+    /// Copies the picture of a file into `folder` (which ends in "/") unless one is there. True for
+    /// a copy.
+    bool TransferCoverArt(IVnHandheldFile* file, const VnString& folder);
 
     // Playlists: CPortableDrivePlaylists.cpp
 
@@ -66,23 +78,29 @@ public:
     /// Writes all records to the device's database file. A failure shows at the next load.
     void SaveDatabase() override;
     VnString GetDatabasePath();
-    /// Number of records in memory.
-    int32_t GetRecordCount() const { return DatabaseMap.GetCount(); }
-
-private:
     class CRecordSource;
-    using CDatabaseMap = VnStringMap<VnString, false, VnString, const VnString&, true>;
-
-    // Database
-    void LoadDatabase();
-    /// Loads a database that is not of the plain form, through the XML parser. False when it holds
-    /// nothing for us.
-    bool LoadDocument(VnBuffer& bytes);
+    /// Adds one Field element per name that the source has a value for.
     static void AddFieldsToItem(const CRecordSource& source,
                                 VnXMLDocument& document,
                                 const VnStringArray& names);
     static void
     AddItemField(const CRecordSource& source, VnXMLDocument& document, const VnString& name);
+    /// Number of records in memory.
+    int32_t GetRecordCount() const { return DatabaseMap.GetCount(); }
+
+private:
+    using CDatabaseMap = VnStringMap<VnString, false, VnString, const VnString&, true>;
+
+    // Database
+    /// Whether a path survives the database file: a byte that is no UTF-8 and a control character
+    /// do not. The record of any other path lives in memory only, and such a file is read anew by
+    /// each scan.
+    static bool CanBeStored(const VnString& path);
+    VnString MakeDatabaseText();
+    void LoadDatabase();
+    /// Loads a database that is not of the plain form, through the XML parser. False when it holds
+    /// nothing for us.
+    bool LoadDocument(VnBuffer& bytes);
     static VnString MakeItemText(IVnHandheldFile* file, const VnStringArray& names);
     static VnString MakeItemText(IVnTagReaderItem* item, const VnStringArray& names);
 
@@ -100,13 +118,9 @@ private:
     void RemoveVanishedRecords(const VnStringArray* files);
 
     // Upload
-    static void
-    CollectUploadFiles(const VnFilename& source, const VnString& mask, VnStringArray& files);
-    static void ReplaceLeadingDots(VnString& path);
     static void FitToPathLimit(VnString& target, const VnString& extension);
     VnString GetUploadFolder(IVnHandheldFile* file);
     VnString GetUploadTarget(IVnHandheldFile* file, const VnString& folder);
-    bool TransferCoverArt(IVnHandheldFile* file, const VnString& folder);
 
     // Playlists
     void RewritePlaylist(const VnString& path,
@@ -116,8 +130,6 @@ private:
 
     // Delete
     void GetProtectedFolders(const VnString& root, VnStringArray& folders);
-    static void
-    PruneEmptyFolders(VnString& path, const VnString& root, const VnStringArray& protectedFolders);
 
     // Commands
     VnString GetPlaylistOfNode(const VnString& location);

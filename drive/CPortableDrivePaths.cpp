@@ -7,6 +7,8 @@
 #include "runtime/VnLog.h"
 #include "runtime/VnSharedText.h"
 
+#include <filesystem>
+
 namespace {
 
 /// A device of this type takes paths without its root.
@@ -138,29 +140,33 @@ bool CPortableDriveBase::IsAudibleFile(const VnString& path) {
 }
 
 bool CPortableDriveBase::IsInsideDevice(const VnString& path) {
-    const VnString root = GetDriveRoot();
-    if (root.IsEmpty()) {
-        return true;
-    }
-    VnString realRoot = VnFilename::GetRealPath(root);
+    const VnString root = GetDriveRootFolder();
+    VnString realRoot = root.IsEmpty() ? VnString() : VnFilename::GetRealPath(root);
     if (realRoot.IsEmpty()) {
         return false;
     }
     realRoot.EnsureTrailing(L'/');
-    if (path.Contains(L"/../")) {
+    const VnString rest = L"/" + (path.StartsWith(root) ? path.Mid(root.GetLength()) : path);
+    if (rest.Contains(L"/../")) {
         return false; // a folder that is made on the way could climb out of the root
     }
-    VnString folder(path);
-    while (true) {
-        const int32_t slash = folder.ReverseFind(L'/');
-        if (slash <= 0) {
-            return false;
-        }
-        folder = folder.Left(slash);
-        VnString real = VnFilename::GetRealPath(folder);
+    for (int32_t slash = path.ReverseFind(L'/'); slash >= 0;
+         slash = path.Left(slash).ReverseFind(L'/')) {
+        VnString real = VnFilename::GetRealPath(slash == 0 ? VnString(L"/") : path.Left(slash));
         if (!real.IsEmpty()) {
             real.EnsureTrailing(L'/');
             return real.StartsWith(realRoot);
         }
     }
+    return false;
+}
+
+bool CPortableDriveBase::IsLink(const VnString& path) {
+    std::error_code error;
+    return std::filesystem::is_symlink(
+        std::filesystem::symlink_status(VnStringUTF8(path).GetBytes(), error));
+}
+
+bool CPortableDriveBase::MayWrite(const VnString& path) {
+    return !IsLink(path) && IsInsideDevice(path);
 }

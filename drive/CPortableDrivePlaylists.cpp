@@ -1,10 +1,16 @@
+#include "core/VnBuffer.h"
 #include "core/VnPropertyMap.h"
 #include "core/VnResult.h"
 #include "core/VnStringArray.h"
+#include "data/CFileLoader.h"
 #include "drive/CPortableDriveGeneric.h"
+#include "files/VnFileSystem.h"
+#include "files/VnFilename.h"
 #include "plugin/IVnHandheldFileList.h"
 #include "runtime/IVnLogManager.h"
 #include "runtime/VnLog.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -34,6 +40,26 @@ const wchar_t* GetPlaylistExtension(int32_t format) {
     }
 }
 
+/// The text of a playlist. UTF-8 comes in without loss, so that each name in it stays the name of
+/// its file; any other form is detected.
+bool LoadPlaylist(const VnString& path, VnString& text) {
+    VnBuffer bytes;
+    if (!CFileLoader::LoadFile(bytes, VnFilename(path), -1, /*useReader=*/false)) {
+        return false;
+    }
+    text.SetFileSystemText(reinterpret_cast<const char*>(bytes.GetData()), bytes.GetSize());
+    const wchar_t* const end = text.GetText() + text.GetLength();
+    const bool isUTF8 = std::none_of(
+        text.GetText(), end, [](wchar_t ch) { return ch == 0 || (ch >= 0xDC80 && ch <= 0xDCFF); });
+    if (!isUTF8) {
+        return text.SetFromBuffer(bytes);
+    }
+    if (text.StartsWith(L'\xFEFF')) {
+        text.RemoveLeft(1);
+    }
+    return true;
+}
+
 } // namespace
 
 int32_t CPortableDriveGeneric::SendPlaylistInfo(const VnString& name, IVnHandheldFileList* list) {
@@ -47,7 +73,7 @@ int32_t CPortableDriveGeneric::SendPlaylistInfo(const VnString& name, IVnHandhel
     folder.EnsureTrailing(L'/');
     const int32_t format = info.GetInt(L"PlaylistFormat", 0);
     const VnString target = folder + name + GetPlaylistExtension(format);
-    if (!IsInsideDevice(target)) {
+    if (!MayWrite(target)) {
         log.Write("Not on the device: %s", target);
         return kResultFailure;
     }
@@ -58,6 +84,7 @@ int32_t CPortableDriveGeneric::SendPlaylistInfo(const VnString& name, IVnHandhel
     if (!root.IsEmpty() || !token.IsEmpty() || format == kFormatPLA) {
         RewritePlaylist(target, format, root, token);
     }
+    log.Result = result;
     return result;
 }
 
@@ -66,9 +93,11 @@ void CPortableDriveGeneric::RewritePlaylist(const VnString& path,
                                             const VnString& root,
                                             const VnString& token) {
     VnString text;
-    text.LoadFromFile(path);
+    if (!LoadPlaylist(path, text) && VnFileSystem::FileExists(path)) {
+        return; // better the host's file as it is than an empty one
+    }
     VnStringArray lines;
-    lines.Split(text, kLineEnd);
+    lines.Split(text, kLineEnd, /*trim=*/false, /*skipEmptyText=*/true);
     for (VnString& line : lines) {
         if (format == kFormatPLA) {
             line.TrimLeft(L'/');

@@ -40,6 +40,18 @@ std::unique_ptr<IVnTagReader> MakeTagReader(int32_t mode) {
     return reader;
 }
 
+/// A line of a playlist as the host wrote it: without the root that stands ahead of it, with "/"
+/// for each token.
+VnString UndoRewrite(VnString line, const VnString& root, const VnString& token) {
+    if (!root.IsEmpty()) {
+        line.RemovePrefix(root);
+    }
+    if (!token.IsEmpty()) {
+        line.Replace(token, L"/");
+    }
+    return line;
+}
+
 /// Whether the search of an earlier root finds everything below root number `index` anyway.
 bool IsCovered(const VnStringArray& roots, int32_t index) {
     const VnString& root = roots[index];
@@ -63,7 +75,8 @@ public:
         : Drive(drive)
         , Log(log)
         , List(list) {
-        Fields.Split(VnTakeSharedText(list.GetFieldList(1).Characters), L"|");
+        Fields.Split(VnTakeSharedText(list.GetFieldList(1).Characters), L"|", /*trim=*/false,
+                     /*skipEmptyText=*/true);
     }
 
     void Report(const VnStringArray& files);
@@ -142,7 +155,7 @@ const VnString* CPortableDriveGeneric::CScan::AddRecord(const VnString& path) {
         return nullptr;
     }
     Drive.DatabaseMap.SetAt(path, MakeItemText(item, Fields));
-    Changed = true;
+    Changed = Changed || CanBeStored(path);
     return Drive.DatabaseMap.Lookup(path);
 }
 
@@ -159,6 +172,7 @@ int32_t CPortableDriveGeneric::GetDepth(const wchar_t* location) {
 
 int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFileList* list) {
     VnLogScope log(kLogHandheld, "CPortableDriveGeneric::GetFiles");
+    log.Result = kResultOk;
     if (list == nullptr) {
         return kResultOk;
     }
@@ -228,9 +242,10 @@ bool CPortableDriveGeneric::FindFiles(VnStringArray& files) {
     constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
     VnLog(kLogHandheld, kName, L"Searching device for files");
     VnPropertyMap& info = GetDeviceInfo();
+    VnString wanted = info.GetString(L"SupportedFileTypes", nullptr);
+    wanted.Trim();
     VnStringArray types;
-    types.Split(info.GetString(L"SupportedFileTypes", nullptr), L";", /*trim=*/true,
-                /*skipEmptyText=*/true);
+    types.Split(wanted, L";", /*trim=*/true, /*skipEmptyText=*/true);
     if (types.Find(L"*") >= 0) {
         types.Empty();
     }
@@ -283,24 +298,25 @@ void CPortableDriveGeneric::FindPlaylistFiles(const VnString& location, VnString
 
 void CPortableDriveGeneric::ReadPlaylistLines(const VnString& path, VnStringArray& files) {
     VnPropertyMap& info = GetDeviceInfo();
-    const bool rewritten = !info.GetString(L"PlaylistPathRoot", nullptr).IsEmpty()
-                           || !info.GetString(L"PlaylistPathToken", nullptr).IsEmpty();
+    const VnString root = info.GetString(L"PlaylistPathRoot", nullptr);
+    const VnString token = info.GetString(L"PlaylistPathToken", nullptr);
     VnString text;
     text.LoadFromFile(path, kEncodingBytes, /*dropZeros=*/true);
     VnStringArray lines;
     lines.Split(text, L"\n");
     for (const VnString& line : lines) {
-        if (rewritten && line.StartsWith(L'#')) {
+        if (line.StartsWith(L'#') && (!root.IsEmpty() || !token.IsEmpty())) {
             continue;
         }
         VnString file;
-        if (ResolvePlaylistLine(line, file)) {
+        if (ResolvePlaylistLine(UndoRewrite(line, root, token), file)) {
             files.Add(file);
             continue;
         }
-        // Many players write UTF-8 without saying so.
-        const VnStringBytes bytes(line);
-        if (ResolvePlaylistLine(VnString::FromFileSystemText(bytes), file)) {
+        // Many players write UTF-8 without saying so, some with a mark.
+        VnString decoded = VnString::FromFileSystemText(VnStringBytes(line));
+        decoded.TrimLeft(L'\xFEFF');
+        if (ResolvePlaylistLine(UndoRewrite(decoded, root, token), file)) {
             files.Add(file);
         }
     }
@@ -327,24 +343,16 @@ void CPortableDriveGeneric::ReadASXPlaylist(const VnString& path, VnStringArray&
 }
 
 bool CPortableDriveGeneric::ResolvePlaylistLine(VnString line, VnString& path) {
-    VnPropertyMap& info = GetDeviceInfo();
-    const VnString pathRoot = info.GetString(L"PlaylistPathRoot", nullptr);
-    const VnString token = info.GetString(L"PlaylistPathToken", nullptr);
-    if (!pathRoot.IsEmpty()) {
-        line.RemovePrefix(pathRoot);
-    }
-    if (!token.IsEmpty()) {
-        line.Replace(token, L"/");
-    }
     line.Trim();
     if (line.StartsWith(L'/') && !line.StartsWith(L"//")) {
         line.Prepend(VnFilename::GetDrive(GetDriveRoot()));
     }
     MakeAbsolute(line, GetPlaylistBasePath());
-    if (line.IsEmpty() || !VnFilename(line).Exists()) {
+    const VnFilename name(line);
+    if (line.IsEmpty() || !name.Exists()) {
         return false;
     }
-    path = line;
+    path = name.Filename;
     return true;
 }
 

@@ -73,11 +73,12 @@ bool CPortableDriveBase::CTransfer::OpenSource(const VnString& source) {
 bool CPortableDriveBase::CTransfer::CreateTarget(VnString& target) {
     Log.Write("Creating output filename and path");
     VnFilename name(target);
-    while (name.Exists(/*useToolsModule=*/true, 0)) {
+    while (name.Exists(/*useToolsModule=*/true, 0) || IsLink(name.Filename)) {
         name.IncrementName();
     }
     target = name.Filename;
-    VnFileSystem::MakeDirectoryTree(name.GetPathOnly(), /*testWrite=*/false);
+    // Cut at "/" alone: a back-slash is a character of a name here.
+    VnFileSystem::MakeDirectoryTree(target.Left(target.ReverseFind(L'/') + 1), /*testWrite=*/false);
 
     Log.Write("Creating output file");
     Target = std::make_unique<VnFile>(name, VnFile::kAccessWrite, 0, VnFile::CreateAlways);

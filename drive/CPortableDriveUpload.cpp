@@ -26,9 +26,19 @@ VnString CPortableDriveGeneric::GetUploadFolder(IVnHandheldFile* file) {
     if (GetAudioBasePath().Contains(L"PSP") && fileType.EqualsNoCase(L"mp4")) {
         folder = GetVideoBasePath(); // these players show films only from their video folder
     }
-    VnFileSystem::CleanPathName(folder, /*cleanSegments=*/true, L'_', /*limitLength=*/true,
+    // The root is the device's own and stays as it is spelled.
+    const VnString root = GetDriveRootFolder();
+    const bool below = !root.IsEmpty() && folder.StartsWith(root);
+    VnString rest = below ? folder.Mid(root.GetLength()) : folder;
+    VnFileSystem::CleanPathName(rest, /*cleanSegments=*/true, L'_', /*limitLength=*/true,
                                 /*keepDots=*/false);
-    return folder;
+    while (rest.Replace(L"//", L"/") > 0) { // a name of nothing but dots leaves no segment
+    }
+    if (below) {
+        rest.TrimLeft(L'/');
+        rest.Prepend(root);
+    }
+    return rest;
 }
 
 VnString CPortableDriveGeneric::GetUploadTarget(IVnHandheldFile* file, const VnString& folder) {
@@ -42,10 +52,11 @@ VnString CPortableDriveGeneric::GetUploadTarget(IVnHandheldFile* file, const VnS
 }
 
 int32_t CPortableDriveGeneric::Upload(IVnHandheldFile* file) {
-    const VnLogScope log(kLogHandheld, "CPortableDriveGeneric::Upload");
+    VnLogScope log(kLogHandheld, "CPortableDriveGeneric::Upload");
     const VnString folder = GetUploadFolder(file);
     VnStringArray names;
-    names.Split(VnTakeSharedText(file->GetFieldList(1).Characters), L"|");
+    names.Split(VnTakeSharedText(file->GetFieldList(1).Characters), L"|", /*trim=*/false,
+                /*skipEmptyText=*/true);
     const VnFilename source(VnTakeSharedText(file->GetSourcePath().Characters));
     VnFilename target;
     target.Set(GetUploadTarget(file, folder), /*clearProperties=*/true,
@@ -57,9 +68,10 @@ int32_t CPortableDriveGeneric::Upload(IVnHandheldFile* file) {
     CollectUploadFiles(source, info.GetString(L"GetAllFilesExtensionMask", nullptr), files);
     int32_t result = kResultFailure;
     for (const VnString& path : files) {
-        const VnFilename name(path);
-        VnFilename spelled(
-            path); // as the library spells it, for file systems that tell letter case apart
+        // The source itself may carry a FileType; its name is spelled as the library spells it, for
+        // file systems that tell letter case apart.
+        const VnFilename name = path == source.Filename ? source : VnFilename(path);
+        VnFilename spelled(name);
         spelled.LowerCaseExtension = false;
         const VnString transferSource = source.GetPathOnly() + spelled.GetNameAndExtension(false)
                                         + source.GetQuery(/*withMark=*/true);
@@ -70,7 +82,10 @@ int32_t CPortableDriveGeneric::Upload(IVnHandheldFile* file) {
         VnString transferTarget = target.GetPathAndName() + L"." + extension;
         FitToPathLimit(transferTarget, extension);
         if (isAndroid) {
-            ReplaceLeadingDots(transferTarget);
+            const int32_t rootLength = GetDriveRootFolder().GetLength();
+            VnString rest = transferTarget.Mid(rootLength);
+            ReplaceLeadingDots(rest);
+            transferTarget = transferTarget.Left(rootLength) + rest;
         }
         const bool transferred =
             IsInsideDevice(transferTarget) && TransferFile(transferSource, transferTarget);
@@ -87,6 +102,7 @@ int32_t CPortableDriveGeneric::Upload(IVnHandheldFile* file) {
         }
         result = kResultOk;
     }
+    log.Result = result;
     return result;
 }
 
@@ -107,7 +123,7 @@ void CPortableDriveGeneric::FitToPathLimit(VnString& target, const VnString& ext
 void CPortableDriveGeneric::CollectUploadFiles(const VnFilename& source,
                                                const VnString& mask,
                                                VnStringArray& files) {
-    files.Add(source.GetXMLForm(/*expandLongPath=*/false)); // keeps a FileType property
+    files.Add(source.Filename);
     if (mask.IsEmpty() || !source.GetExtension(true).StartsWith(mask, /*caseFlag=*/false)) {
         return;
     }
@@ -146,8 +162,12 @@ bool CPortableDriveGeneric::TransferCoverArt(IVnHandheldFile* file, const VnStri
         return false;
     }
     const VnString art = VnTakeSharedText(file->GetCoverArtPath(0).Characters);
-    if (art.IsEmpty() || !IsInsideDevice(destination)) {
+    if (art.IsEmpty() || !MayWrite(destination)) {
         return false;
     }
-    return VnFileSystem::CopyFile(art, destination, /*failIfExists=*/true);
+    const bool copied = VnFileSystem::CopyFile(art, destination, /*failIfExists=*/true);
+    if (!copied) {
+        VnFileSystem::DeleteFile(destination); // what a full device left of it would stay for good
+    }
+    return copied;
 }

@@ -16,7 +16,7 @@ void CheckRoundTrips(const uint8_t* data, size_t size) {
     text.GetHexBytes(bytes);
     Require(bytes.GetSize() == static_cast<int64_t>(size));
     // Names of files come back byte for byte.
-    const std::string name(reinterpret_cast<const char*>(data), std::find(data, data + size, 0));
+    const std::string name(data, std::find(data, data + size, 0));
     Require(name == VnStringUTF8(VnString::FromFileSystemText(name.c_str())).GetBytes());
 }
 

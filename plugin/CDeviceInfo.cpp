@@ -112,6 +112,7 @@ void CDeviceInfo::NormalizeSupportedFileTypes(const VnString& text) {
     VnString types(text);
     types.ReplaceChar(L'|', L';');
     types.ReplaceChar(L',', L';');
+    types.Trim();
     VnStringArray list;
     list.Split(types, L";", true);
     list.RemoveDuplicates();
@@ -119,5 +120,5 @@ void CDeviceInfo::NormalizeSupportedFileTypes(const VnString& text) {
         list.Empty();
         list.Add(L"*");
     }
-    SetString(L"SupportedFileTypes", list.Join(L";"), false);
+    SetString(L"SupportedFileTypes", list.Join(L";"), /*removeIfEmpty=*/true);
 }

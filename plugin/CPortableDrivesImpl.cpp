@@ -51,6 +51,7 @@ int32_t CPortableDrivesImpl::Initialize(wchar_t** text) {
 
     log.Write("Initializing device");
     const int32_t result = Drive->Initialize();
+    log.Result = result;
 
     log.Write("Saving results");
     if (text != nullptr) {

@@ -48,8 +48,6 @@ public:
             : Type(type)
             , Text(text)
             , Flags(flags) {}
-        CItem(const CItem&) = delete;
-        CItem& operator=(const CItem&) = delete;
         virtual ~CItem() = default;
 
         /// The item's text if `own`, then that of all below it if `children`, then that of the next
@@ -68,8 +66,6 @@ public:
     using CItemArray = VnArray<CItem*, CItem*, false>;
 
     CHTMLTree() = default;
-    CHTMLTree(const CHTMLTree&) = delete;
-    CHTMLTree& operator=(const CHTMLTree&) = delete;
     virtual ~CHTMLTree() = default;
 
     /// Replaces the tree by that of `text`. Always true.

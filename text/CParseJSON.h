@@ -26,8 +26,6 @@ public:
     public:
         CNode() = default;
         CNode(const VnString& name, const VnString& value) : Name(name), Value(value) {}
-        CNode(const CNode&) = delete;
-        CNode& operator=(const CNode&) = delete;
         virtual ~CNode() = default;
 
         /// The first child of that name, null when there is none.

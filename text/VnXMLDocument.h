@@ -81,7 +81,7 @@ public:
     explicit VnXMLDocument(const VnString& text);
     VnXMLDocument(const VnXMLDocument& other);
     /// The source is an empty document afterwards.
-    VnXMLDocument(VnXMLDocument&& other);
+    VnXMLDocument(VnXMLDocument&& other) noexcept;
     VnXMLDocument& operator=(const VnXMLDocument& other);
     VnXMLDocument& operator=(VnXMLDocument&& other) noexcept;
     ~VnXMLDocument();
@@ -214,10 +214,10 @@ public:
     /// kInsertChild and no main, and for a value together with kInsertNoEndTag.
     bool AddElement(const VnString& name, const wchar_t* value = nullptr, uint32_t options = 0);
     bool AddElement(const VnString& name, int32_t value, uint32_t options = 0);
-    /// Inserts the first element of `source`, with all below it, as AddElement does. A text that is
+    /// Inserts the first element of `text`, with all below it, as AddElement does. A text that is
     /// not well-formed or has no element is inserted as it stands, unindexed, with the cursor left
     /// where it was, and the result is false.
-    bool AddSubDocument(const VnString& source, uint32_t options = 0);
+    bool AddSubDocument(const VnString& text, uint32_t options = 0);
     /// Inserts a node at the cursor and makes it the current node; a type of kNodeElement gives
     /// `<text/>`. Text is escaped, everything else goes in as it is between its delimiters. A line
     /// end follows instructions, comments and declarations only. False, and no change, for a type
@@ -231,10 +231,10 @@ public:
     /// Removes the current node of any type, an element as RemoveElement does. The cursor then
     /// stands on the node ahead of it, of any type. False with no current node.
     bool RemoveNode();
-    /// Replaces the whole content of main by `source`, with its elements. False without main, while
+    /// Replaces the whole content of main by `text`, with its elements. False without main, while
     /// the cursor stands on another node, and for a text that is not well-formed; that one goes in
     /// all the same.
-    bool SetElementContent(const VnString& source);
+    bool SetElementContent(const VnString& text);
     /// Replaces the value of an element without child elements, or the text of the current node
     /// when `index` is main. `options`: kInsertCDATA, kInsertEscapeQuotes. False, and no change,
     /// for an element with children or a node that cannot hold the value.

@@ -3,15 +3,17 @@
 
 #include <algorithm>
 
-VnXMLDocument::CSavedPositions::CSavedPositions(const CSavedPositions& other) {
+std::unique_ptr<VnXMLDocument::CSavedPositions> VnXMLDocument::CSavedPositions::Clone() const {
+    auto copy = std::make_unique<CSavedPositions>();
     for (int32_t bucket = 0; bucket < kBuckets; ++bucket) {
-        const CSavedPosition* const source = other.Buckets[bucket].get();
+        const CSavedPosition* const source = Buckets[bucket].get();
         const int32_t size = GetSize(source);
         if (size > 0) {
-            Buckets[bucket] = std::make_unique<CSavedPosition[]>(static_cast<size_t>(size));
-            std::copy_n(source, size, Buckets[bucket].get());
+            copy->Buckets[bucket] = std::make_unique<CSavedPosition[]>(static_cast<size_t>(size));
+            std::copy_n(source, size, copy->Buckets[bucket].get());
         }
     }
+    return copy;
 }
 
 int32_t VnXMLDocument::CSavedPositions::GetBucket(const wchar_t* name) {

@@ -25,7 +25,7 @@ VnXMLDocument::VnXMLDocument(const VnXMLDocument& other)
     , NodeLength(other.NodeLength)
     , Flags(other.Flags) {
     if (other.SavedPositions != nullptr) {
-        SavedPositions = std::make_unique<CSavedPositions>(*other.SavedPositions);
+        SavedPositions = other.SavedPositions->Clone();
     }
     while (RecordCapacity < other.NextFree) {
         ReserveRecords(other.NextFree);
@@ -36,7 +36,7 @@ VnXMLDocument::VnXMLDocument(const VnXMLDocument& other)
     }
 }
 
-VnXMLDocument::VnXMLDocument(VnXMLDocument&& other) : VnXMLDocument() {
+VnXMLDocument::VnXMLDocument(VnXMLDocument&& other) noexcept : VnXMLDocument() {
     Swap(other);
 }
 

@@ -24,11 +24,7 @@ struct VnXMLDocument::CSavedPosition {
 struct VnXMLDocument::CSavedPositions {
     static constexpr int32_t kBuckets = 7;
 
-    CSavedPositions() = default;
-    CSavedPositions(const CSavedPositions& other);
-    CSavedPositions& operator=(const CSavedPositions&) = delete;
-    ~CSavedPositions() = default;
-
+    std::unique_ptr<CSavedPositions> Clone() const;
     static int32_t GetBucket(const wchar_t* name);
     /// The entry of that name, null when there is none.
     CSavedPosition* Find(const wchar_t* name);

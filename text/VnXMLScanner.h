@@ -34,7 +34,7 @@ class VnXMLCharacterSet {
 public:
     constexpr explicit VnXMLCharacterSet(const char* members) {
         for (; *members != 0; ++members) {
-            Bits |= uint64_t{1} << static_cast<uint32_t>(*members);
+            Bits |= uint64_t{1} << static_cast<unsigned char>(*members);
         }
     }
 

@@ -189,8 +189,10 @@ bool VnXMLDocument::AddElement(const VnString& name, const wchar_t* value, uint3
     return true;
 }
 
-bool VnXMLDocument::AddSubDocument(const VnString& source, uint32_t options) {
-    const VnString text = source; // which may be the text of this document
+bool VnXMLDocument::AddSubDocument(const VnString& text, uint32_t options) {
+    if (&text == &Text) {
+        return AddSubDocument(VnString(text), options);
+    }
     CInsertPlace place;
     if (!FindInsertPlace(options, place) || text.IsEmpty()) {
         return false;
@@ -219,8 +221,10 @@ bool VnXMLDocument::AddSubDocument(const VnString& source, uint32_t options) {
     return true;
 }
 
-bool VnXMLDocument::SetElementContent(const VnString& source) {
-    const VnString text = source; // which may be the text of this document
+bool VnXMLDocument::SetElementContent(const VnString& text) {
+    if (&text == &Text) {
+        return SetElementContent(VnString(text));
+    }
     if (MainPosition == 0 || NodeType > kNodeElement) {
         return false;
     }

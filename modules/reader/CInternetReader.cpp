@@ -30,7 +30,7 @@ std::string EncodeAddress(const VnString& url) {
         const auto byte = static_cast<unsigned char>(*at);
         if (byte <= ' ' || byte >= 0x7f || std::strchr("\"<>\\^`{|}", byte) != nullptr) {
             char code[4];
-            std::snprintf(code, sizeof(code), "%%%02X", byte);
+            static_cast<void>(std::snprintf(code, sizeof(code), "%%%02X", byte));
             encoded += code;
         } else {
             encoded += *at;

@@ -125,7 +125,6 @@ bool CDateText::TakeTime() {
         Tokens.erase(Tokens.begin() + static_cast<std::ptrdiff_t>(start),
                      Tokens.begin() + static_cast<std::ptrdiff_t>(end));
         HasTime = true;
-        i = start;
         if (start < Tokens.size() && Tokens[start].IsNumber && !TakeOffset(start)) {
             return false;
         }
@@ -267,21 +266,26 @@ bool CDateText::IsInRange() const {
     if (Day == 0) {
         return true;
     }
-    using namespace std::chrono;
+    using std::chrono::day;
+    using std::chrono::month;
+    using std::chrono::year;
     return Month != 0
-           && year_month_day(year(Year), month(static_cast<unsigned>(Month)),
-                             day(static_cast<unsigned>(Day)))
+           && std::chrono::year_month_day(year(Year), month(static_cast<unsigned>(Month)),
+                                          day(static_cast<unsigned>(Day)))
                   .ok();
 }
 
 double CDateText::GetSerial(bool toUTC) const {
-    using namespace std::chrono;
-    const sys_days date =
-        year_month_day(year(Year), month(static_cast<unsigned>(std::max(Month, 1))),
-                       day(static_cast<unsigned>(std::max(Day, 1))));
+    using std::chrono::day;
+    using std::chrono::month;
+    using std::chrono::year;
+    const std::chrono::sys_days date =
+        std::chrono::year_month_day(year(Year), month(static_cast<unsigned>(std::max(Month, 1))),
+                                    day(static_cast<unsigned>(std::max(Day, 1))));
     int64_t seconds = date.time_since_epoch().count() * int64_t{86400};
     if (!HasTime) {
-        const double whole = static_cast<double>(seconds / 86400) + kUnixEpoch;
+        const int64_t days = seconds / 86400;
+        const double whole = static_cast<double>(days) + kUnixEpoch;
         // Only the first of January leaves open whether more than the year is known.
         return Month == 1 && Day <= 1 ? whole + kDayMark : whole;
     }

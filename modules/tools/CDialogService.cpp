@@ -57,6 +57,12 @@ std::string ToTerminal(const wchar_t* text) {
     return plain;
 }
 
+/// Writes to the terminal. A terminal that takes nothing is nobody to tell it to.
+void Show(const std::string& text) {
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+    static_cast<void>(std::fflush(stderr));
+}
+
 /// A line of the user's; false when the time runs out or the input ends. `timeoutMS` -1 waits for
 /// ever.
 bool ReadLine(std::string& line, int32_t timeoutMS) {
@@ -96,7 +102,7 @@ int32_t AskButton(int32_t style, int32_t defaultButton, int32_t timeoutMS) {
         }
     }
     for (std::string line;;) {
-        std::fprintf(stderr, "%s: ", choices.c_str());
+        Show(choices + ": ");
         if (!ReadLine(line, timeoutMS) || line.empty()) {
             return defaultButton;
         }
@@ -142,16 +148,14 @@ private:
         while (!Closed) {
             const std::string& line = Status.empty() ? Title : Status;
             if (!drawn || line != last) {
-                std::fprintf(stderr, "\r\033[K%s", line.c_str());
-                std::fflush(stderr);
+                Show("\r\033[K" + line);
                 drawn = true;
                 last = line;
             }
             Wake.wait_for(guard, kRedrawStep, [this] { return Closed; });
         }
         if (drawn) {
-            std::fputs("\r\033[K", stderr);
-            std::fflush(stderr);
+            Show("\r\033[K");
         }
     }
 
@@ -186,10 +190,10 @@ int32_t CDialogService::ShowMessage(const wchar_t* text,
         return defaultButton;
     }
     const std::lock_guard<std::mutex> guard(Terminal);
-    std::fprintf(stderr, "%s\n%s\n", ToTerminal(caption).c_str(), ToTerminal(text).c_str());
+    Show(ToTerminal(caption) + "\n" + ToTerminal(text) + "\n");
     const int32_t pressed = AskButton(style, defaultButton, timeoutMS);
     if (checkBoxText != nullptr && *checkBoxText != 0 && checked != nullptr) {
-        std::fprintf(stderr, "%s\n", ToTerminal(checkBoxText).c_str());
+        Show(ToTerminal(checkBoxText) + "\n");
         *checked =
             AskButton(kStyleYesNo, *checked ? kButtonYes : kButtonNo, timeoutMS) == kButtonYes;
     }

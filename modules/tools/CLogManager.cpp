@@ -123,7 +123,7 @@ bool CLogManager::OpenFile() {
         }
     } catch (const spdlog::spdlog_ex& failure) {
         // A log never fails its caller; that it is missing is told once.
-        std::fprintf(stderr, "Log: %s\n", failure.what());
+        static_cast<void>(std::fprintf(stderr, "Log: %s\n", failure.what()));
     }
     FileFailed = File == nullptr;
     return File != nullptr;

@@ -7,12 +7,12 @@
 CMainThreadMessages::CMainThreadMessages() : Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }
 
-void CMainThreadMessages::Raise() {
+void CMainThreadMessages::Raise() const {
     // Fails only when the counter is full, and then the descriptor is readable anyway.
     ::eventfd_write(Descriptor, 1);
 }
 
-void CMainThreadMessages::Lower() {
+void CMainThreadMessages::Lower() const {
     eventfd_t count = 0;
     ::eventfd_read(Descriptor, &count);
 }

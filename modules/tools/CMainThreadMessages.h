@@ -31,13 +31,13 @@ private:
         int64_t Parameter;
     };
     struct Delivery {
-        IMainThreadMessageManagerCallback* Target;
+        IMainThreadMessageManagerCallback* Target = nullptr;
         std::thread::id Thread;
     };
 
     void Drop(IMainThreadMessageManagerCallback* target);
-    void Raise();
-    void Lower();
+    void Raise() const;
+    void Lower() const;
     bool IsDeliveredElsewhere(const IMainThreadMessageManagerCallback* target) const;
 
     std::mutex Lock; ///< guards all below

@@ -9,7 +9,7 @@
 #include <taglib/popularimeterframe.h>
 #include <taglib/textidentificationframe.h>
 
-#include <array>
+#include <cmath>
 #include <cstring>
 #include <ctime>
 #include <exception>
@@ -260,7 +260,7 @@ VnString CMediaFile::GetRating() {
     const VnString text = GetText("", "RATING");
     const double value = text.ToDouble(nullptr, true);
     // Two scales are in use, 0 to 5 and 0 to 100.
-    return FromNumber(static_cast<int64_t>((value > 5.0 ? value / 20.0 : value) + 0.5));
+    return FromNumber(std::lround(value > 5.0 ? value / 20.0 : value));
 }
 
 VnString CMediaFile::GetModified() const {

@@ -116,7 +116,8 @@ sqlite3_stmt* CSettingsStore::Prepare(const char* sql) {
         sqlite3_stmt* made = nullptr;
         if (sqlite3_prepare_v3(Database.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr)
             != SQLITE_OK) {
-            std::fprintf(stderr, "Settings: %s\n", sqlite3_errmsg(Database.get()));
+            static_cast<void>(
+                std::fprintf(stderr, "Settings: %s\n", sqlite3_errmsg(Database.get())));
         }
         statement.reset(made);
     }
@@ -146,7 +147,8 @@ void CSettingsStore::LoadReadOnly(const std::string& file) {
     for (const char byte : file) {
         const bool special = byte == '?' || byte == '#' || byte == '%';
         char code[4];
-        std::snprintf(code, sizeof(code), "%%%02X", static_cast<unsigned char>(byte));
+        static_cast<void>(
+            std::snprintf(code, sizeof(code), "%%%02X", static_cast<unsigned char>(byte)));
         escaped += special ? std::string(code) : std::string(1, byte);
     }
     sqlite3* opened = nullptr;

@@ -7,8 +7,8 @@
 #include <cstdlib>
 
 CToolsRoot& CToolsRoot::Get() {
-    static CToolsRoot* const root = new CToolsRoot;
-    return *root;
+    static CToolsRoot* const kRoot = new CToolsRoot;
+    return *kRoot;
 }
 
 bool CToolsRoot::Initialize([[maybe_unused]] int32_t flag,

@@ -5,14 +5,14 @@
 #include <array>
 
 const wchar_t* CaseFolding::GetTable() {
-    static const auto table = [] {
+    static const auto kTable = [] {
         std::array<wchar_t, static_cast<size_t>(kTableSize)> folded{};
         for (wchar_t ch = 0; ch < kTableSize; ch++) {
             folded[static_cast<size_t>(ch)] = FoldByLibrary(ch);
         }
         return folded;
     }();
-    return table.data();
+    return kTable.data();
 }
 
 wchar_t CaseFolding::FoldByLibrary(wchar_t ch) {

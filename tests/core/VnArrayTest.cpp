@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -77,6 +78,32 @@ TEST(VnArrayGrowth, IsExactOnRequestAndNeverShrinks) {
     EXPECT_EQ(numbers.GetCapacity(), 5);
     numbers.Empty(/*freeMemory=*/true);
     EXPECT_EQ(numbers.GetCapacity(), 0);
+}
+
+TEST(VnArrayGrowth, CopiesExactlyAndAppendsBySteps) {
+    VnNumberArray<int> ten;
+    ten.SetSize(10);
+    VnNumberArray<int> numbers = ten;
+    EXPECT_EQ(numbers.GetCapacity(), 10);
+    struct {
+        int32_t Count;
+        int32_t Capacity;
+    } constexpr kRows[] = {{20, 64}, {30, 64}, {70, 256}};
+    for (const auto& row : kRows) {
+        while (numbers.GetCount() < row.Count) {
+            numbers.Append(ten);
+        }
+        EXPECT_EQ(numbers.GetCapacity(), row.Capacity) << "at " << row.Count;
+    }
+}
+
+TEST(VnArrayGrowth, RefusesACountBeyondItsRange) {
+    VnArrayBase base;
+    base.Count = INT32_MAX;
+    base.Capacity = INT32_MAX;
+    EXPECT_EQ(base.GetCountWith(0), INT32_MAX);
+    EXPECT_THROW(base.Grow(nullptr, 4, base.GetCountWith(1), false, false, true),
+                 std::bad_array_new_length);
 }
 
 TEST(VnArrayGrowth, KeepsTheUsedElementsAndClearsTheRest) {

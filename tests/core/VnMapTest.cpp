@@ -360,6 +360,21 @@ TEST(VnUniqueLists, RefuseWhatIsThere) {
     EXPECT_EQ(CountByCursor(exact), 2);
 }
 
+TEST(VnUniqueLists, MakeWholeEntriesWhenReachedAsAMap) {
+    for (const bool useBlocks : {false, true}) {
+        VnUniqueList<unsigned long, unsigned long> list;
+        list.SetNodeAllocator(useBlocks, 256);
+        VnMap<unsigned long, unsigned long, int, int, false>& map = list;
+        for (int key = 0; key < 40; ++key) {
+            EXPECT_TRUE(map.SetAt(static_cast<unsigned long>(key), key));
+        }
+        for (int key = 0; key < 40; ++key) {
+            EXPECT_TRUE(list.Contains(static_cast<unsigned long>(key)));
+            EXPECT_EQ(*map.Lookup(static_cast<unsigned long>(key)), key);
+        }
+    }
+}
+
 TEST(VnUniqueLists, MatchAStandardSetOverRandomSteps) {
     for (const bool useBlocks : {false, true}) {
         std::mt19937 random(5);

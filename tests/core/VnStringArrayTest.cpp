@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -221,6 +222,13 @@ TEST(VnStringArrayEdit, RemovesReplacesAndMoves) {
     EXPECT_EQ(strings.ReplaceValue(L"a", L"y"), 1);
     EXPECT_EQ(ToTexts(strings), (Texts{L"z", L"y", L"ab"}));
 
+    // A neighbour on either side of what goes, and a run at each end.
+    strings = ToArray({L"x", L"x", L"a", L"x", L"b", L"c", L"x"});
+    EXPECT_EQ(strings.RemoveMatching(L"X"), 4);
+    EXPECT_EQ(ToTexts(strings), (Texts{L"a", L"b", L"c"}));
+    EXPECT_EQ(strings.RemoveMatching(L"d"), 0);
+    EXPECT_EQ(ToTexts(strings), (Texts{L"a", L"b", L"c"}));
+
     struct {
         int32_t Index;
         int32_t Delta;
@@ -235,6 +243,26 @@ TEST(VnStringArrayEdit, RemovesReplacesAndMoves) {
         EXPECT_EQ(letters.Move(row.Index, row.Delta), row.Place);
         EXPECT_EQ(letters.Join(nullptr), row.Order) << row.Index << " by " << row.Delta;
     }
+}
+
+/// Moving the tail for each text that goes would take minutes here.
+TEST(VnStringArrayEdit, RemovesManyAtOnce) {
+    constexpr int32_t kPairs = 300000;
+    VnStringArray strings;
+    for (int32_t number = 0; number < kPairs; ++number) {
+        strings.Add(VnString::FromInt(number));
+        strings.Add(L"again");
+    }
+    VnStringArray twin = strings;
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(strings.RemoveMatching(L"again"), kPairs);
+    twin.RemoveDuplicates();
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+    ASSERT_EQ(strings.GetCount(), kPairs);
+    EXPECT_EQ(strings[kPairs - 1], VnString::FromInt(kPairs - 1));
+    ASSERT_EQ(twin.GetCount(), kPairs + 1);
+    EXPECT_EQ(twin[1], L"again");
+    EXPECT_EQ(twin[kPairs], VnString::FromInt(kPairs - 1));
 }
 
 TEST(VnStringArrayEdit, LocatesACharacterOfAllElements) {

@@ -35,6 +35,28 @@ TEST_F(DeleteTest, StopsAtAFolderThatStillHoldsSomething) {
     EXPECT_TRUE(Device.Exists("Music/Other/Empty"));
 }
 
+TEST_F(DeleteTest, KeepsAFolderThatHoldsHiddenNames) {
+    Device.Write("Music/Artist/Album/a.mp3", "x");
+    Device.Write("Music/Artist/Album/.more/b.mp3", "x");
+    Delete({Device / "Music/Artist/Album/a.mp3"});
+    EXPECT_TRUE(Device.Exists("Music/Artist/Album/.more/b.mp3"));
+}
+
+TEST_F(DeleteTest, ProtectsFoldersSpelledWithBackSlashes) {
+    Reconfigure({{L"AudioBasePath", L"ROOT\\Music\\[Artist]\\"}});
+    Device.Write("Music/Artist/a.mp3", "x");
+    Delete({Device / "Music/Artist/a.mp3"});
+    EXPECT_TRUE(Device.Exists("Music"));
+    EXPECT_FALSE(Device.Exists("Music/Artist"));
+}
+
+TEST_F(DeleteTest, ADeviceWithoutARootLosesNothing) {
+    Reconfigure({{L"DrivePath", L""}});
+    Device.Write("Music/a.mp3", "x");
+    Delete({Device / "Music/a.mp3"});
+    EXPECT_TRUE(Device.Exists("Music/a.mp3"));
+}
+
 TEST_F(DeleteTest, NeverPrunesTheRootOrAboveIt) {
     Reconfigure({{L"DrivePath", ToWide(Device / "Card/Inner")},
                  {L"AudioBasePath", L"Music"},

@@ -166,6 +166,17 @@ TEST_F(ScanTest, DotFoldersAreSkippedOnAndroidOnly) {
     EXPECT_EQ(Scan(), (Names{".trash/a.mp3", "b.mp3"}));
 }
 
+TEST_F(ScanTest, NamesThatAreNoUTF8LeaveNothingBehind) {
+    Start();
+    Device.Write("M\xFC.mp3", "x");
+    Device.Write("b.mp3", "x");
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(Scan(), (Names{"M\xFC.mp3", "b.mp3"}));
+    }
+    EXPECT_EQ(Database().find("M?"), std::string::npos);
+    EXPECT_NE(Database().find("b.mp3"), std::string::npos);
+}
+
 TEST_F(ScanTest, CancelEndsTheScanAndSavesNothing) {
     Start();
     Device.Write("a.mp3", "x");
@@ -229,6 +240,7 @@ TEST_F(ScanTest, ReadsPlaylistLines) {
         {"comments name no file", {}, "#EXTM3U\r\n#EXTINF:1,x\r\n../Music/a.mp3", {"Music/a.mp3"}},
         {"missing files drop out", {}, "../Music/gone.mp3\r\n", {}},
         {"UTF-8 names", {}, "../Music/ü.mp3\r\n", {"Music/ü.mp3"}},
+        {"UTF-8 with a mark", {}, "\xEF\xBB\xBF../Music/ü.mp3\r\n", {"Music/ü.mp3"}},
         {"root and token",
          {{L"PlaylistPathRoot", L"\\Card\\"}, {L"PlaylistPathToken", L"\\"}},
          "#x\r\n\\Card\\..\\Music\\a.mp3\r\n",

@@ -122,6 +122,35 @@ TEST_F(UploadTest, NothingGoesThroughALinkThatLeavesTheDevice) {
     EXPECT_TRUE(std::filesystem::is_empty(elsewhere.Path()));
 }
 
+TEST_F(UploadTest, WritesThroughNoLink) {
+    TestFolder elsewhere;
+    const std::string kept = elsewhere.Write("kept", "precious");
+    std::filesystem::create_symlink(elsewhere / "new", Device.Path() / "x.mp3");
+    std::filesystem::create_symlink(kept, Device.Path() / ".Database.mpl");
+    std::filesystem::create_symlink(kept, Device.Path() / "List.m3u");
+    Start({{L"PlaylistBasePath", L""}});
+    ASSERT_EQ(Upload(Library.Write("a.mp3", "bytes"), L"x"), 0);
+    EXPECT_EQ(Told(), "x (1).mp3");
+    Run(kCommandEndSync);
+    EXPECT_NE(Run(kCommandSendPlaylist, List.get(), L"List"), 0);
+    EXPECT_EQ(elsewhere.Read("kept"), "precious");
+    EXPECT_FALSE(elsewhere.Exists("new"));
+}
+
+TEST_F(UploadTest, ARootThatIsGoneIsNotMadeAnew) {
+    Start({{L"DrivePath", OnDevice("gone")}});
+    EXPECT_NE(Upload(Library.Write("a.mp3", "x"), L"a"), 0);
+    Run(kCommandEndSync);
+    EXPECT_FALSE(Device.Exists("gone"));
+}
+
+TEST_F(UploadTest, TheRootStaysAsItIsSpelled) {
+    std::filesystem::create_directories(Device / "mtp:host=Phone. ");
+    Start({{L"DrivePath", OnDevice("mtp:host=Phone. ")}, {L"AudioBasePath", L"Music\\...\\A"}});
+    ASSERT_EQ(Upload(Library.Write("a.mp3", "x"), L"a"), 0);
+    EXPECT_EQ(Told(), "mtp:host=Phone. /Music/A/a.mp3");
+}
+
 struct ArtCase {
     const char* What;
     const wchar_t* ToFolder;

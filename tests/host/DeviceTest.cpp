@@ -231,11 +231,16 @@ TEST(DeviceRecord, RemembersPerDevice) {
 
 TEST(DeviceRecord, PutsADamagedFileAside) {
     const TestFolder folder;
-    folder.Write("devices.db", std::string(9000, 'n'));
-    CDeviceRecord record;
     std::string error;
+    { EXPECT_TRUE(CDeviceRecord().Open(folder / "", "/d/", error)) << error; }
+    std::string database;
+    for (const auto& entry : fs::directory_iterator(folder / "devices")) {
+        database = entry.path().extension() == ".db" ? entry.path().filename().native() : database;
+    }
+    folder.Write("devices/" + database, std::string(9000, 'n'));
+    CDeviceRecord record;
     bool wasDamaged = false;
     EXPECT_TRUE(record.Open(folder / "", "/d/", error, &wasDamaged)) << error;
     EXPECT_TRUE(wasDamaged);
-    EXPECT_TRUE(folder.Exists("devices.db.damaged"));
+    EXPECT_TRUE(folder.Exists("devices/" + database + ".damaged"));
 }
