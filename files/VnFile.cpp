@@ -287,7 +287,8 @@ bool VnFile::CanWrite(const VnString& path, bool defaultResult, bool* readOnly) 
         uint64_t free = 0;
         uint64_t available = 0;
         if (!result) {
-            VnFileSystem::VnStatFS(path, total, free, available, isReadOnly);
+            VnFileSystem::VnStatFS(info.Filename.GetLocalPath(), total, free, available,
+                                   isReadOnly);
         }
     }
     if (readOnly != nullptr) {

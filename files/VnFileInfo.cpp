@@ -22,10 +22,13 @@ bool VnFileInfo::Set(const VnString& filename, const struct stat* statRecord) {
     }
     if (Valid) {
         VnString path(filename);
-        if (IsDirectory()) {
-            path.EnsureTrailing(L'/');
+        if (IsDirectory() && statRecord != nullptr) {
+            path.EnsureTrailing(L'/'); // the record is that of the text as it stands, ";" and all
         }
         Filename.Set(path, /*clearProperties=*/false, /*lowerCaseExtension=*/false);
+        if (IsDirectory()) {
+            Filename.Filename.EnsureTrailing(L'/');
+        }
     }
     Filename.LowerCaseExtension = false;
     return Valid;
@@ -59,6 +62,12 @@ VnString VnFileInfo::GetFilename() const {
 
 VnString VnFileInfo::GetName() const {
     return IsDirectory() ? Filename.GetLastDirectory(false) : Filename.GetNameAndExtension(false);
+}
+
+VnString VnFileInfo::GetLastSegment() const {
+    VnString path(Filename.Filename);
+    path.TrimRight(L'/');
+    return path.Mid(path.ReverseFind(L'/') + 1);
 }
 
 VnDate VnFileInfo::GetAccessDate() const {

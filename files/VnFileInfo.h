@@ -35,6 +35,10 @@ public:
     /// The last segment of the path, with its extension.
     VnString GetName() const;
 
+    /// The last segment of the path with every character that stands in it, for a path that is
+    /// built from it: unlike GetName it takes only "/" for a separator and keeps a dot at the end.
+    VnString GetLastSegment() const;
+
     /// The size in bytes; -1 when there is no record.
     int64_t GetSize() const { return Valid ? int64_t{Stat.st_size} : -1; }
 

@@ -291,7 +291,8 @@ void VnFileScanner::Scan() {
         return;
     }
     Scanned = true;
-    const VnString path = VnFilename(Path).GetLocalPath();
+    VnString path = VnFilename(Path).GetLocalPath();
+    path.EnsureTrailing(L'/'); // the stored form of a name has it behind its end
     if (path.IsEmpty()) {
         return;
     }

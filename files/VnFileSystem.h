@@ -112,9 +112,9 @@ bool TestDirectoryWrite(const VnString& directory);
 /// Removes a directory with everything in it. Refused, logged and false for "/" and for any path
 /// that holds
 /// "..". Files whose extension is in `keepExtensions`, or whose name is in `keepNames` (both in any
-/// letter case, both may be null), stay, and so does the directory then; below sub-directories
-/// nothing is kept. Otherwise true, also when something could not be removed; false for an empty
-/// path.
+/// letter case, both may be null), stay, and so does the directory then, also when it cannot be
+/// listed; below sub-directories nothing is kept. Otherwise true, also when something could not be
+/// removed; false for an empty path.
 bool DeleteDirectoryTree(const VnString& path,
                          const VnStringArray* keepExtensions = nullptr,
                          const VnStringUniqueList<VnString, false>* keepNames = nullptr);

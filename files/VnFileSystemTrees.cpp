@@ -16,7 +16,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -79,6 +82,55 @@ bool IsLink(const VnString& path) {
     struct stat record {};
     return lstat(VnStringUTF8(path), &record) == 0 && S_ISLNK(record.st_mode);
 }
+
+/// Whether the names in a directory can be read. A finder cannot tell: to glob(3) a directory that
+/// does not open, if only for want of descriptors, looks like an empty one.
+bool CanList(const VnString& path) {
+    const int descriptor = open(VnStringUTF8(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor != -1) {
+        close(descriptor);
+    }
+    return descriptor != -1;
+}
+
+/// One run of IsDirectoryEmpty.
+class CEmptyTest {
+public:
+    CEmptyTest(bool defaultResult, bool recursive, bool directoriesCount)
+        : DefaultResult(defaultResult)
+        , Recursive(recursive)
+        , DirectoriesCount(directoriesCount) {}
+
+    bool Run(const VnFileInfo& directory) {
+        // A link back to an ancestor holds nothing that is not being looked at already.
+        const std::pair<dev_t, ino_t> identity(directory.Stat.st_dev, directory.Stat.st_ino);
+        if (std::find(Ancestors.begin(), Ancestors.end(), identity) != Ancestors.end()) {
+            return true;
+        }
+        VnFileFinder finder(directory.Filename.Filename);
+        if (!finder.IsValid() || !CanList(directory.Filename.Filename)) {
+            return DefaultResult;
+        }
+        Ancestors.push_back(identity);
+        VnFileInfo info;
+        while (finder.Next(info)) {
+            const bool counts = info.IsDirectory()
+                                    ? (Recursive ? !Run(info) : DirectoriesCount)
+                                    : !info.GetLastSegment().EqualsNoCase(kIgnoredFile);
+            if (counts) {
+                return false;
+            }
+        }
+        Ancestors.pop_back();
+        return true;
+    }
+
+private:
+    bool DefaultResult;
+    bool Recursive;
+    bool DirectoriesCount;
+    std::vector<std::pair<dev_t, ino_t>> Ancestors;
+};
 
 /// The levels of a directory that do not exist, from the deepest up.
 void ListMissingLevels(const VnString& path, IVnPathService& paths, VnStringArray& levels) {
@@ -162,11 +214,13 @@ bool DeleteDirectoryTree(const VnString& path,
     if (path.IsEmpty()) {
         return false;
     }
-    bool kept = false;
+    // What cannot be listed may hold something that is to stay.
+    bool kept =
+        (keepExtensions != nullptr || keepNames != nullptr) && IsDirectory(path) && !CanList(path);
     VnFileFinder finder(WithSlash(path));
     VnFileInfo info;
     while (finder.Next(info)) {
-        const VnString entry = info.GetFilename();
+        const VnString entry = WithoutSlash(info.Filename.Filename);
         if (info.IsDirectory() && !IsLink(entry)) {
             DeleteDirectoryTree(entry);
             continue;
@@ -205,23 +259,10 @@ bool IsDirectoryEmpty(const VnString& path,
                       bool defaultResult,
                       bool recursive,
                       bool directoriesCount) {
-    VnFileFinder finder(WithSlash(path));
-    if (!finder.IsValid()) {
-        return defaultResult;
-    }
-    VnFileInfo info;
-    while (finder.Next(info)) {
-        if (!info.IsDirectory()) {
-            if (!info.GetName().EqualsNoCase(kIgnoredFile)) {
-                return false;
-            }
-        } else if (recursive ? !IsDirectoryEmpty(info.GetFilename(), defaultResult, recursive,
-                                                 directoriesCount)
-                             : directoriesCount) {
-            return false;
-        }
-    }
-    return true;
+    const VnFileInfo directory(WithSlash(path));
+    return directory.IsDirectory()
+               ? CEmptyTest(defaultResult, recursive, directoriesCount).Run(directory)
+               : defaultResult;
 }
 
 bool MoveDirectory(const VnString& source, const VnString& destination, bool recursive) {

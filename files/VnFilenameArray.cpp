@@ -77,7 +77,7 @@ public:
                 ReportCount();
                 continue;
             }
-            const VnString name = info.GetName();
+            const VnString name = info.GetLastSegment();
             if (!name.IsEmpty()) {
                 const VnString below = relative + name + L"/";
                 if (Directories != nullptr) {
@@ -172,9 +172,12 @@ bool VnFilenameArray::AddWithDirectories(const VnStringArray& files,
 }
 
 void VnFilenameArray::RemoveMissing() {
+    // What is there is gathered at the end, so that a long list is moved together only once.
+    int32_t first = GetCount();
     for (int32_t i = GetCount() - 1; i >= 0; --i) {
-        if (!VnFilename((*this)[i]).Exists(true, 0)) {
-            RemoveAt(i);
+        if (VnFilename((*this)[i]).Exists(true, 0)) {
+            (*this)[--first].Swap((*this)[i]);
         }
     }
+    RemoveAt(0, first);
 }

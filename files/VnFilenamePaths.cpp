@@ -1,7 +1,12 @@
 #include "files/VnFilename.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -19,7 +24,46 @@ bool StripFileURL(VnString& text) {
     return true;
 }
 
+/// The bytes that a text with percent-escapes spells.
+std::string UnescapeBytes(std::string_view escaped) {
+    std::string bytes;
+    while (!escaped.empty()) {
+        uint8_t value = 0;
+        const bool isLong = escaped[0] == '%' && escaped.size() >= 3;
+        const char* end = escaped.data() + (isLong ? 3 : 1);
+        const bool isEscape =
+            isLong && std::from_chars(escaped.data() + 1, end, value, 16).ptr == end;
+        bytes += isEscape ? static_cast<char>(value) : escaped[0];
+        escaped.remove_prefix(isEscape ? 3 : 1);
+    }
+    return bytes;
+}
+
+/// Decodes a text that VnString::DecodeURL would damage: one whose escapes spell a character above
+/// U+FFFF, or that holds characters above U+00FF beside its escapes. False, and no change, for any
+/// other, and where the bytes are no UTF-8.
+bool DecodeWithoutLoss(VnString& text) {
+    const std::wstring_view view(text.GetText(), static_cast<size_t>(text.GetLength()));
+    const bool isWide = std::any_of(view.begin(), view.end(), [](wchar_t ch) { return ch > 0xFF; });
+    if (!isWide && view.find(L"%F") == view.npos && view.find(L"%f") == view.npos) {
+        return false;
+    }
+    const std::string bytes = UnescapeBytes(VnStringUTF8(text).GetBytes());
+    const VnString decoded =
+        VnString::FromFileSystemText(bytes.data(), static_cast<int64_t>(bytes.size()));
+    const std::wstring_view result(decoded.GetText(), static_cast<size_t>(decoded.GetLength()));
+    if (std::any_of(result.begin(), result.end(),
+                    [](wchar_t ch) { return ch == 0 || (ch >= 0xDC80 && ch <= 0xDCFF); })) {
+        return false;
+    }
+    text = decoded;
+    return true;
+}
+
 void DecodeFileURL(VnString& text) {
+    if (text.Find(L'%') < 0 || DecodeWithoutLoss(text)) {
+        return;
+    }
     // A "+" in a path is itself, and what an escaped "%" spells stays as it is.
     text.DecodeURL(L'%', /*keepEscaped=*/true, /*plusAsSpace=*/false);
 }

@@ -47,7 +47,7 @@ void VnMoveCopyDirectory::AddTree(VnString source,
     VnFileInfo info;
     VnStringArray files;
     while (finder.Next(info)) {
-        const VnString name = info.GetName();
+        const VnString name = info.GetLastSegment();
         if (!info.IsDirectory()) {
             files.Add(name);
         } else if (recursive) {

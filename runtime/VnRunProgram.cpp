@@ -100,10 +100,11 @@ bool RunBlocking(const VnLogScope& scope,
     if (stream == nullptr) {
         return false;
     }
-    // Decoded in one go, so that no character is torn at the border of two pieces.
+    // Decoded in one go, so that no character is torn at the border of two pieces, and without a
+    // loss, since a program may well print a path.
     const std::string bytes = ReadAll(stream);
     if (output != nullptr) {
-        *output += VnString::FromUTF8(bytes.c_str());
+        *output += VnString::FromFileSystemText(bytes.c_str());
     }
     const int status = pclose(stream);
     SetCode(code, status);

@@ -1,10 +1,10 @@
 #include "runtime/VnSharedText.h"
 
-#include <cstring>
-
 #include "core/VnString.h"
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnSiblingModules.h"
+
+#include <cstring>
 
 wchar_t* VnCreateSharedText(const VnString& text) {
     IVnToolsRoot* root = VnGetToolsRoot();

@@ -265,6 +265,11 @@ TEST(VnFileScanner, NamesAreReadWithoutLoss) {
     VnFileScanner scanner(Root(folder), L"", true);
     const Names found = Scanned(folder, scanner);
     EXPECT_EQ(found, (Names{"x;1.mp3/a;2", names[0], names[1]}));
+
+    VnFilename stored(ToText(folder / "x;1.mp3"));
+    stored.SetProperty(L"Mood", L"calm");
+    scanner.Rescan(stored.GetXMLForm());
+    EXPECT_EQ(Scanned(folder, scanner), (Names{"x;1.mp3/a;2"}));
 }
 
 TEST(VnFileScanner, AStarInTheRootStandsForAnyName) {

@@ -11,6 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -142,6 +144,27 @@ TEST_F(FileSystemTrees, KeepWhatTheListsName) {
     EXPECT_FALSE(Folder.Exists("t")) << "lists that match nothing keep nothing";
 }
 
+TEST_F(FileSystemTrees, AreNotTakenForEmptyWithoutDescriptors) {
+    Folder.Write("t/a.mp3", "");
+    VnStringArray extensions;
+    extensions.Add(L"mp3");
+    EXPECT_EXIT(
+        {
+            // The shell that would remove the directory has room again.
+            rlimit few{};
+            few.rlim_cur = 64;
+            few.rlim_max = 64;
+            setrlimit(RLIMIT_NOFILE, &few);
+            while (open("/dev/null", O_RDONLY | O_CLOEXEC) != -1) {
+            }
+            const bool empty = VnFileSystem::IsDirectoryEmpty(*this / "t", false, true, true);
+            VnFileSystem::DeleteDirectoryTree(*this / "t", &extensions);
+            std::_Exit(empty ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_TRUE(Folder.Exists("t/a.mp3"));
+}
+
 TEST_F(FileSystemTrees, AreNeverDeletedAtDangerousPaths) {
     Folder.Write("a/b..c/x", "");
     Folder.Write("d/x", "");
@@ -180,6 +203,8 @@ TEST_F(FileSystemTrees, AreEmptyWithNothingButThumbnails) {
         {"a directory that does not count", {"d/x"}, false, false, true},
         {"empty directories", {"d/e/", "d/Thumbs.db"}, true, true, true},
         {"a file deep down", {"d/e/x"}, true, false, false},
+        {"a name that only begins so", {"Thumbs.db."}, true, true, false},
+        {"a file below a name with a backslash", {"d/", "d\\/x"}, true, true, false},
     };
     for (const EmptyCase& row : cases) {
         SCOPED_TRACE(row.What);
@@ -198,6 +223,12 @@ TEST_F(FileSystemTrees, AreEmptyWithNothingButThumbnails) {
                       row.Result);
         }
     }
+    std::filesystem::create_directories(Folder / "loops");
+    for (int index = 0; index < 4; ++index) {
+        std::filesystem::create_directory_symlink(".", Folder / ("loops/" + std::to_string(index)));
+    }
+    EXPECT_TRUE(VnFileSystem::IsDirectoryEmpty(*this / "loops", false, true, true))
+        << "and that is found out at once";
     EXPECT_TRUE(VnFileSystem::IsDirectoryEmpty(*this / "missing", true, false, true))
         << "the default answers";
     EXPECT_FALSE(VnFileSystem::IsDirectoryEmpty(*this / "missing", false, false, true));

@@ -287,6 +287,18 @@ TEST(VnFileInfo, KnowsFilesAndDirectories) {
     EXPECT_TRUE(info.Filename.Filename.IsEmpty());
 }
 
+TEST(VnFileInfo, UnderstandsTheStoredFormsOfADirectory) {
+    const TestFolder folder;
+    folder.Write("a.dir/x", "");
+    VnFilename name(ToText(folder / "a.dir"));
+    name.SetProperty(L"Mood", L"calm");
+    for (const VnString& text : {name.GetXMLForm(), ToText(folder / "a.dir;3")}) {
+        const VnFileInfo info(text);
+        EXPECT_TRUE(info.IsDirectory());
+        EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "a.dir/");
+    }
+}
+
 TEST(VnFileInfo, TakesAGivenRecord) {
     struct stat record = {};
     record.st_mode = S_IFDIR;

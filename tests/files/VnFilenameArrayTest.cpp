@@ -100,8 +100,11 @@ TEST(VnFilenameArray, MissingFilesAndDirectoriesAreRemoved) {
     names.Add(ToText(folder.Write("here", "")));
     names.Add(ToText(folder.Path().string()));
     names.Add(ToText(folder / "missing2"));
+    names.Add(ToText(folder.Write("and here", "")));
     names.RemoveMissing();
-    EXPECT_EQ(ToBytes(names.GetAsText()), folder / "here");
+    EXPECT_EQ(ToBytes(names.GetAsText()), folder / "here" + "|" + folder / "and here");
+    names.RemoveMissing();
+    EXPECT_EQ(names.GetCount(), 2) << "nothing is missing any more";
     names.Clear();
     EXPECT_EQ(names.GetCount(), 0);
 }

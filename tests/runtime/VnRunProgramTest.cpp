@@ -71,7 +71,7 @@ TEST(VnRunProgram, ReadsLongOutputWithoutTearingCharacters) {
     const TestFolder folder;
     std::string text = "x";
     while (text.size() < 5000) {
-        text += "\xC3\xA9\xE4\xB8\xAD";
+        text += "\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x8E\xB5\xFF";
     }
     folder.Write("text", text);
     VnString output;
