@@ -26,9 +26,9 @@ function(vn_link_foundation target)
 endfunction()
 
 # One test program a file: tests/core/VnStringTest.cpp becomes core_VnStringTest. Further arguments: SOURCES more files,
-# LIBRARIES to link, DEPENDS targets that must be built first, LAYERS object libraries beyond the foundation.
+# LIBRARIES to link, DEPENDS targets that must be built first, LAYERS object libraries beyond the foundation, ENVIRONMENT variables.
 function(vn_add_test file)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;DEPENDS;LAYERS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;DEPENDS;LAYERS;ENVIRONMENT" ${ARGN})
     string(REGEX REPLACE "\\.cpp$" "" name ${file})
     string(REPLACE "/" "_" name ${name})
     add_executable(${name} ${file} support/TestMain.cpp support/TestEnvironment.cpp ${ARG_SOURCES})
@@ -44,5 +44,6 @@ function(vn_add_test file)
             add_dependencies(${name} ${dependency})
         endif()
     endforeach()
-    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST
+        PROPERTIES TIMEOUT 120 ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()

@@ -1,22 +1,29 @@
 #include "drive/CDatabaseText.h"
 
+#include <cstring>
+
 namespace {
 
-constexpr std::string_view kHead =
+constexpr char kHead[] =
     "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\r\n<MPL Version=\"2.0\">\r\n";
-constexpr std::string_view kTail = "</MPL>";
-constexpr std::string_view kItemStart = "<Item>\r\n";
-constexpr std::string_view kItemEnd = "</Item>\r\n";
-constexpr std::string_view kFieldStart = "<Field Name=\"";
-constexpr std::string_view kNameEnd = "\">";
-constexpr std::string_view kFieldEnd = "</Field>";
-constexpr std::string_view kLineEnd = "\r\n";
+constexpr char kTail[] = "</MPL>";
+constexpr char kItemStart[] = "<Item>\r\n";
+constexpr char kItemEnd[] = "</Item>\r\n";
+constexpr char kFieldStart[] = "<Field Name=\"";
+constexpr char kNameEnd[] = "\">";
+constexpr char kFieldEnd[] = "</Field>";
+constexpr char kLineEnd[] = "\r\n";
 
-bool Skip(std::string_view bytes, size_t& position, std::string_view wanted) {
-    if (bytes.compare(position, wanted.size(), wanted) != 0) {
+/// Moves `position` behind `wanted` when that stands there. The length is fixed, so that the
+/// comparison is made in line.
+template<size_t SIZE>
+bool Skip(std::string_view bytes, size_t& position, const char (&wanted)[SIZE]) {
+    constexpr size_t kLength = SIZE - 1;
+    if (bytes.size() - position < kLength
+        || std::memcmp(bytes.data() + position, wanted, kLength) != 0) {
         return false;
     }
-    position += wanted.size();
+    position += kLength;
     return true;
 }
 
@@ -49,6 +56,11 @@ bool CDatabaseText::SkipRecord(std::string_view bytes, size_t& position) {
     return true;
 }
 
+void CDatabaseText::Close() {
+    Records.clear();
+    Records.shrink_to_fit();
+}
+
 bool CDatabaseText::Open(std::string_view bytes) {
     Records.clear();
     size_t position = 0;
@@ -64,7 +76,7 @@ bool CDatabaseText::Open(std::string_view bytes) {
 }
 
 VnString CDatabaseText::GetItemText(int32_t index) {
-    const std::string_view record = Records[static_cast<size_t>(index)];
+    const std::string_view record = GetBytes(index);
     Scratch.SetFileSystemText(record.data(), static_cast<int64_t>(record.size()));
     // The decoder leaves room behind the text; a record lives long and gets a block of its size.
     return VnString(Scratch.GetText(), Scratch.GetLength());

@@ -14,7 +14,11 @@ public:
     /// Looks the whole text over. False when it is not of that form; no record is given then. The
     /// bytes must outlive the object.
     bool Open(std::string_view bytes);
+    /// Forgets the records.
+    void Close();
     int32_t GetCount() const { return static_cast<int32_t>(Records.size()); }
+    /// The bytes of record number `index`, trimmed.
+    std::string_view GetBytes(int32_t index) const { return Records[static_cast<size_t>(index)]; }
     /// The text of record number `index`, trimmed, decoded so that every name of a file comes back.
     VnString GetItemText(int32_t index);
 

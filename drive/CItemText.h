@@ -2,8 +2,9 @@
 
 #include "core/VnString.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Reader for the text of one record in the plain form that this system writes: `Field` elements
@@ -20,18 +21,22 @@ public:
 
     /// Takes a record's text apart. False, with no fields, when it is not of the plain form.
     bool Read(const VnString& text);
+    /// The same for the bytes of a record as they stand in the file.
+    bool Read(std::string_view bytes);
     const std::vector<CField>& GetFields() const { return Fields; }
 
 private:
+    /// Name or value of a field, as it stands in the text.
     struct CSlice {
-        const wchar_t* Start;
-        int32_t Length;
+        size_t Start;
+        size_t Length;
     };
-    bool FindSlices(const VnString& text);
-    void Store(const CSlice& slice);
+    template<typename CHARACTER>
+    bool ReadText(std::basic_string_view<CHARACTER> text);
+    template<typename CHARACTER>
+    bool FindSlices(std::basic_string_view<CHARACTER> text);
 
-    std::vector<CSlice> Slices; ///< name and value in turn, as they stand in the text
+    std::vector<CSlice> Slices; ///< name and value in turn
     std::wstring Storage;       ///< decoded texts, each with its terminator
-    std::vector<size_t> Offsets;
     std::vector<CField> Fields;
 };

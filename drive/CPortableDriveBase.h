@@ -104,6 +104,8 @@ public:
     bool MayWrite(const VnString& path);
     /// Whether the path itself is a link, wherever it leads.
     static bool IsLink(const VnString& path);
+    /// Whether a file that can be read to its end stands there: no folder, no pipe, no device node.
+    static bool IsPlainFile(const VnString& path);
 
     /// Copies `source` (anything the reader module reads) to `target`, which takes a free name
     /// first and comes back with it. Chunks follow the device's speed; the host hears of each and

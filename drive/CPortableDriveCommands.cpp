@@ -57,7 +57,7 @@ CPortableDriveGeneric::CPortableDriveGeneric(CPortableDrivesImpl* owner)
 }
 
 CPortableDriveGeneric::~CPortableDriveGeneric() {
-    DatabaseMap.RemoveAll();
+    ForgetRecords();
 }
 
 int32_t

@@ -60,8 +60,14 @@ VnString CPortableDriveGeneric::GetDatabasePath() {
 
 void CPortableDriveGeneric::LoadDatabase() {
     VnBuffer bytes;
-    if (!CFileLoader::LoadFile(bytes, VnFilename(GetDatabasePath()), -1, /*useReader=*/false)) {
+    if (!IsPlainFile(GetDatabasePath())
+        || !CFileLoader::LoadFile(bytes, VnFilename(GetDatabasePath()), -1, /*useReader=*/false)) {
         VnLog(kLogHandheld, kLogName, L"Unable load the device database file");
+        return;
+    }
+    if (GetDatabaseMap().GetCount() == 0 && Stored.Open(bytes)) {
+        VnLog(kLogHandheld, kLogName, L"Device database file found and loaded");
+        VnLog(kLogHandheld, kLogName, L"Device database contains %d entries", Stored.GetCount());
         return;
     }
     CDatabaseText plain;
@@ -77,6 +83,22 @@ void CPortableDriveGeneric::LoadDatabase() {
         return;
     }
     VnLog(kLogHandheld, kLogName, L"Device database contains %d entries", DatabaseMap.GetCount());
+}
+
+CPortableDriveGeneric::CDatabaseMap& CPortableDriveGeneric::GetDatabaseMap() {
+    if (Stored.GetCount() > 0) {
+        DatabaseMap.Reserve(DatabaseMap.GetCount() + Stored.GetCount());
+        for (int32_t i = 0; i < Stored.GetCount(); ++i) {
+            DatabaseMap.SetAt(Stored.GetKey(i), Stored.GetItemText(i));
+        }
+        Stored.Close();
+    }
+    return DatabaseMap;
+}
+
+void CPortableDriveGeneric::ForgetRecords() {
+    DatabaseMap.RemoveAll();
+    Stored.Close();
 }
 
 bool CPortableDriveGeneric::LoadDocument(VnBuffer& bytes) {
@@ -111,11 +133,11 @@ bool CPortableDriveGeneric::CanBeStored(const VnString& path) {
 }
 
 VnString CPortableDriveGeneric::MakeDatabaseText() {
+    CDatabaseMap& map = GetDatabaseMap();
     std::vector<const VnString*> records;
-    records.reserve(static_cast<size_t>(DatabaseMap.GetCount()));
+    records.reserve(static_cast<size_t>(map.GetCount()));
     int64_t length = std::wcslen(kHead) + std::wcslen(kTail);
-    for (auto cursor = DatabaseMap.GetFirst(); cursor.Item != nullptr;
-         DatabaseMap.GetNext(cursor)) {
+    for (auto cursor = map.GetFirst(); cursor.Item != nullptr; map.GetNext(cursor)) {
         if (CanBeStored(cursor.Item->Key)) {
             records.push_back(&cursor.Item->Value);
             length += static_cast<int64_t>(std::wcslen(kItemStart) + std::wcslen(kItemEnd))

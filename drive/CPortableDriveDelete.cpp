@@ -61,7 +61,7 @@ int32_t CPortableDriveGeneric::Delete(IVnHandheldFileList* list) {
         }
         VnString folder = path.Left(path.ReverseFind(L'/') + 1);
         PruneEmptyFolders(folder, protectedFolders);
-        DatabaseMap.RemoveKey(path);
+        GetDatabaseMap().RemoveKey(path);
         anythingDeleted = true;
     }
     if (anythingDeleted) {

@@ -2,6 +2,7 @@
 
 #include "core/VnStringMap.h"
 #include "drive/CPortableDriveBase.h"
+#include "drive/CStoredRecords.h"
 
 class IVnTagReaderItem;
 class VnBuffer;
@@ -86,7 +87,7 @@ public:
     static void
     AddItemField(const CRecordSource& source, VnXMLDocument& document, const VnString& name);
     /// Number of records in memory.
-    int32_t GetRecordCount() const { return DatabaseMap.GetCount(); }
+    int32_t GetRecordCount() { return GetDatabaseMap().GetCount(); }
 
 private:
     using CDatabaseMap = VnStringMap<VnString, false, VnString, const VnString&, true>;
@@ -97,6 +98,9 @@ private:
     /// each scan.
     static bool CanBeStored(const VnString& path);
     VnString MakeDatabaseText();
+    /// DatabaseMap with the records in it that Stored still had.
+    CDatabaseMap& GetDatabaseMap();
+    void ForgetRecords();
     void LoadDatabase();
     /// Loads a database that is not of the plain form, through the XML parser. False when it holds
     /// nothing for us.
@@ -141,4 +145,5 @@ private:
     void RebuildDatabase();
 
     CDatabaseMap DatabaseMap; ///< ItemText of each file by its full path
+    CStoredRecords Stored;    ///< records of the file that are not in DatabaseMap yet
 };

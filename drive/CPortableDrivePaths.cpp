@@ -167,6 +167,16 @@ bool CPortableDriveBase::IsLink(const VnString& path) {
         std::filesystem::symlink_status(VnStringUTF8(path).GetBytes(), error));
 }
 
+bool CPortableDriveBase::IsPlainFile(const VnString& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(VnStringUTF8(path).GetBytes(), error);
+}
+
 bool CPortableDriveBase::MayWrite(const VnString& path) {
-    return !IsLink(path) && IsInsideDevice(path);
+    std::error_code error;
+    const auto status = std::filesystem::symlink_status(VnStringUTF8(path).GetBytes(), error);
+    // A link leads elsewhere, and a pipe would block for good.
+    const bool isFree = !std::filesystem::exists(status) || std::filesystem::is_regular_file(status)
+                        || std::filesystem::is_directory(status);
+    return isFree && IsInsideDevice(path);
 }

@@ -87,6 +87,8 @@ public:
 
 private:
     void ReportFile(const VnString& path);
+    void ReportStored(int32_t index);
+    void SetItemFields(IVnHandheldFile& record) const;
     void ReportFields(const VnString& itemText, IVnHandheldFile& record);
     const VnString* AddRecord(const VnString& path);
 
@@ -113,7 +115,12 @@ void CPortableDriveGeneric::CScan::Report(const VnStringArray& files) {
 }
 
 void CPortableDriveGeneric::CScan::ReportFile(const VnString& path) {
-    const VnString* itemText = Drive.DatabaseMap.Lookup(path);
+    if (const int32_t stored = Drive.Stored.Find(path); stored >= 0) {
+        ++Known;
+        ReportStored(stored);
+        return;
+    }
+    const VnString* itemText = Drive.GetDatabaseMap().Lookup(path);
     if (itemText != nullptr) {
         ++Known;
     } else {
@@ -125,11 +132,27 @@ void CPortableDriveGeneric::CScan::ReportFile(const VnString& path) {
     }
 }
 
+void CPortableDriveGeneric::CScan::ReportStored(int32_t index) {
+    IVnHandheldFile* record = List.CreateRecord();
+    if (record == nullptr) {
+        return;
+    }
+    if (Item.Read(Drive.Stored.GetBytes(index))) {
+        SetItemFields(*record);
+    } else {
+        ReportFields(Drive.Stored.GetItemText(index), *record);
+    }
+}
+
+void CPortableDriveGeneric::CScan::SetItemFields(IVnHandheldFile& record) const {
+    for (const CItemText::CField& field : Item.GetFields()) {
+        record.SetField(field.Name, field.Value);
+    }
+}
+
 void CPortableDriveGeneric::CScan::ReportFields(const VnString& itemText, IVnHandheldFile& record) {
     if (Item.Read(itemText)) {
-        for (const CItemText::CField& field : Item.GetFields()) {
-            record.SetField(field.Name, field.Value);
-        }
+        SetItemFields(record);
         return;
     }
     Document.SetDocument(
@@ -179,7 +202,7 @@ int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFile
     const int32_t depth = GetDepth(location);
     const bool wholeDevice = depth < 2;
     if (wholeDevice) {
-        DatabaseMap.RemoveAll();
+        ForgetRecords();
     }
     LoadDatabase();
     VnStringArray files;
@@ -199,7 +222,8 @@ int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFile
         } else {
             // With no file listed twice, as many known files as records leave no record without its
             // file.
-            const bool allPresent = distinct && scan.GetKnownCount() == DatabaseMap.GetCount();
+            const int32_t records = DatabaseMap.GetCount() + Stored.GetCount();
+            const bool allPresent = distinct && scan.GetKnownCount() == records;
             RemoveVanishedRecords(allPresent ? nullptr : &files);
         }
     }
@@ -220,8 +244,8 @@ void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files) {
         present.Add(path);
     }
     VnStringArray vanished;
-    for (auto cursor = DatabaseMap.GetFirst(); cursor.Item != nullptr;
-         DatabaseMap.GetNext(cursor)) {
+    CDatabaseMap& map = GetDatabaseMap();
+    for (auto cursor = map.GetFirst(); cursor.Item != nullptr; map.GetNext(cursor)) {
         if (!present.Contains(cursor.Item->Key)) {
             vanished.Add(cursor.Item->Key);
         }
@@ -230,7 +254,7 @@ void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files) {
         return;
     }
     for (const VnString& key : vanished) {
-        DatabaseMap.RemoveKey(key);
+        map.RemoveKey(key);
     }
     if (!IsCancelled()) {
         VnLog(kLogHandheld, kName, L"Device database is out-of-date, saving the new database");
@@ -268,6 +292,7 @@ bool CPortableDriveGeneric::FindFiles(VnStringArray& files) {
         }
         VnFileScanner scanner(roots[i], types, /*recursive=*/true);
         scanner.SetSkipDotDirectories(skipDotFolders);
+        scanner.SetSumSizes(false);
         scanner.SetResults(&files);
         scanner.Scan();
     }

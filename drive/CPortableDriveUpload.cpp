@@ -97,8 +97,8 @@ int32_t CPortableDriveGeneric::Upload(IVnHandheldFile* file) {
             TransferCoverArt(file, folder);
         }
         file->SetField(L"Filename", transferTarget);
-        if (DatabaseMap.Lookup(transferTarget) == nullptr) {
-            DatabaseMap.SetAt(transferTarget, MakeItemText(file, names));
+        if (GetDatabaseMap().Lookup(transferTarget) == nullptr) {
+            GetDatabaseMap().SetAt(transferTarget, MakeItemText(file, names));
         }
         result = kResultOk;
     }

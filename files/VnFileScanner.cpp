@@ -58,6 +58,11 @@ void VnFileScanner::SetSkipDotDirectories(bool skip) {
     Scanned = false;
 }
 
+void VnFileScanner::SetSumSizes(bool sum) {
+    SumSizes = sum;
+    Scanned = false;
+}
+
 void VnFileScanner::SetPath(const VnString& path, bool clearResults) {
     Path = path;
     Path.EnsureTrailing(L'/');

@@ -56,6 +56,9 @@ public:
 
     /// Neither enters nor lists directories whose name begins with a dot; off at first.
     void SetSkipDotDirectories(bool skip);
+    /// Off, the scan does not ask for the size of each file, which is most of its time on a large
+    /// tree, and GetTotalSize gives 0.
+    void SetSumSizes(bool sum);
 
     /// The scan ends, with what it has gathered so far, once this is true. It is looked at before
     /// every entry; null never ends a scan. The flag must outlive the object's use.
@@ -123,6 +126,7 @@ private:
     bool IncludeDirectories = false;
     bool IncludeFiles = true;
     bool SkipDotDirectories = false;
+    bool SumSizes = true;
     const bool* CancelFlag = nullptr;
     VnStringArray OwnResults;
     VnStringArray* Results = &OwnResults; ///< where results go; null only adds up the sizes

@@ -214,7 +214,8 @@ void VnFileScanner::CWalk::ReadEntry(CListing& listing, int descriptor, const di
         return;
     }
     int64_t size = 0;
-    if (!isDirectory || Scanner.ExcludeModeBits != 0) {
+    const bool needsSize = !isDirectory && Scanner.SumSizes;
+    if (isUnknown || needsSize || Scanner.ExcludeModeBits != 0) {
         struct stat record = {};
         const bool found = fstatat(descriptor, entry.d_name, &record, 0) == 0;
         if (found && (record.st_mode & Scanner.ExcludeModeBits) != 0) {

@@ -2,10 +2,12 @@
 
 #include "host/HostText.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -30,7 +32,38 @@ std::string CutToColumns(const std::string& text, size_t columns) {
                      + HostUTF8(wide.substr(wide.size() - columns + std::min<size_t>(columns, 3)));
 }
 
+/// Standard output as it was when the program began; null until it is claimed.
+std::FILE* ClaimedOutput = nullptr;
+
+std::FILE* Output() {
+    return ClaimedOutput == nullptr ? stdout : ClaimedOutput;
+}
+
+/// Makes `target` another name of `/dev/null`, opened with `access`.
+void PointAtNothing(int target, int access) {
+    const int descriptor = open("/dev/null", access | O_CLOEXEC);
+    if (descriptor >= 0 && descriptor != target) {
+        dup2(descriptor, target);
+        close(descriptor);
+    }
+}
+
 } // namespace
+
+void CConsole::ClaimOutput() {
+    const int copy = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ClaimedOutput = copy < 0 ? nullptr : fdopen(copy, "w");
+    if (ClaimedOutput == nullptr) {
+        // The caller closed it. A file that is opened later must not get its number, and data must
+        // fail to be written.
+        PointAtNothing(STDOUT_FILENO, O_RDONLY);
+        return;
+    }
+    if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+        PointAtNothing(STDOUT_FILENO, O_WRONLY);
+    }
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+}
 
 CConsole::CConsole(bool quiet, bool json)
     : Quiet(quiet)
@@ -60,7 +93,9 @@ void CConsole::Error(const std::string& text) {
 
 void CConsole::Write(std::string_view data) {
     ClearProgress();
-    std::fwrite(data.data(), 1, data.size(), stdout);
+    if (std::fwrite(data.data(), 1, data.size(), Output()) != data.size()) {
+        WriteError = errno;
+    }
 }
 
 void CConsole::ShowTransfer(
@@ -97,7 +132,14 @@ void CConsole::ClearProgress() {
 
 bool CConsole::Finish() {
     ClearProgress();
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (std::fflush(Output()) != 0) {
+        WriteError = errno;
+    }
+    // Whoever closed the other end of a pipe has read what it wanted.
+    if (WriteError != 0 && WriteError != EPIPE) {
+        Error("standard output could not be written: " + HostErrorText(WriteError));
+    }
+    return WriteError == 0;
 }
 
 bool CConsole::MayShow() {

@@ -20,6 +20,11 @@ enum ExitCode : int {
 /// error. Colour is used on a terminal only, and never with NO_COLOR in the environment.
 class CConsole {
 public:
+    /// Keeps standard output for Write alone, in all objects: descriptor 1 leads to standard error
+    /// from here on, so that nothing a library prints gets among the data. To be called once, at
+    /// the start of the program, before anything is printed.
+    static void ClaimOutput();
+
     CConsole(bool quiet, bool json);
     ~CConsole();
     CConsole(const CConsole&) = delete;
@@ -45,7 +50,8 @@ public:
     /// Takes the line away.
     void ClearProgress();
 
-    /// Flushes standard output. False when something written to it was lost.
+    /// Flushes standard output. False, told on standard error, when something written to it was
+    /// lost; a reader that went away early is not worth telling.
     bool Finish();
 
 private:
@@ -59,6 +65,7 @@ private:
     bool HasProgress; ///< standard error is a terminal, and progress is wanted
     bool HasColour;
     bool IsDrawn = false;
+    int WriteError = 0; ///< of standard output
     Clock::time_point LastDrawn{};
     Clock::time_point TransferStart{};
 };

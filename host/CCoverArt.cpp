@@ -19,12 +19,15 @@
 #include <taglib/wavfile.h>
 #include <taglib/xiphcomment.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -78,8 +81,38 @@ ByteVector FromASF(const TagLib::ASF::Tag* tag) {
     return pictures.isEmpty() ? ByteVector() : pictures.front().toPicture().picture();
 }
 
+/// Whether an mp3 file has a short tag at its start in which no picture can be: most songs of an
+/// album without pictures are told apart by one read this way. False when it is not sure.
+bool HasTagWithoutPicture(const std::string& path) {
+    constexpr size_t kHeadLength = 10;
+    std::array<char, 4096> head{};
+    if (HostExtension(HostWiden(path)) != L"mp3") {
+        return false;
+    }
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) {
+        return false;
+    }
+    const ssize_t count = pread(file, head.data(), head.size(), 0);
+    close(file);
+    const std::string_view bytes(head.data(), count < 0 ? 0 : static_cast<size_t>(count));
+    if (bytes.size() < kHeadLength || !bytes.starts_with("ID3")) {
+        return false;
+    }
+    size_t length = 0; // four bytes of seven bits
+    for (const char byte : bytes.substr(6, 4)) {
+        length = length << 7 | (static_cast<unsigned char>(byte) & 0x7F);
+    }
+    // The frames of all versions have it in their names: PIC and APIC.
+    return kHeadLength + length <= bytes.size()
+           && bytes.substr(0, kHeadLength + length).find("PIC") == std::string_view::npos;
+}
+
 /// The picture inside a file, the front cover before any other.
 ByteVector ReadPicture(const std::string& path) {
+    if (HasTagWithoutPicture(path)) {
+        return {};
+    }
     const TagLib::FileRef reference(path.c_str(), false);
     TagLib::File* file = reference.file();
     if (file == nullptr || !file->isValid()) {

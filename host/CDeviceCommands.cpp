@@ -168,16 +168,14 @@ ExitCode CDeviceCommands::Delete(const std::vector<std::string>& paths) {
     };
     for (const std::string& path : paths) {
         const std::string target = Session.GetRoot().Resolve(path);
-        if (!Session.GetRoot().IsInside(target)) {
-            fail(path, "is not on the device");
-        } else if (IsFolder(target)) {
+        if (IsFolder(target) && Session.GetRoot().IsInside(target)) {
             const std::string prefix = target.ends_with('/') ? target : target + "/";
             std::copy_if(known.begin(), known.end(), std::inserter(files, files.end()),
                          [&](const std::string& file) {
                              return file.starts_with(prefix) && Session.GetRoot().IsInside(file);
                          });
-        } else if (CDeviceRoot::GetFileSize(target) < 0) {
-            fail(path, "no such file");
+        } else if (const char* objection = FindObjection(target); objection != nullptr) {
+            fail(path, objection);
         } else {
             files.insert(target);
         }
@@ -194,8 +192,12 @@ ExitCode CDeviceCommands::Delete(const std::vector<std::string>& paths) {
     if (!record.Remove(gone)) {
         Console.Error("the record of the device cannot be changed: " + record.GetError());
     }
-    Session.Flush();
-    const ExitCode code = failed.empty() ? kExitDone : kExitSomeFailed;
+    // With nothing deleted the drive has not saved its database.
+    const ExitCode settled =
+        gone.empty() ? Session.SettleWithoutDatabase() : Session.Settle(known.size());
+    const ExitCode code = settled != kExitDone ? settled
+                          : failed.empty()     ? kExitDone
+                                               : kExitSomeFailed;
     nlohmann::json deleted = nlohmann::json::array();
     for (const std::string& path : gone) {
         deleted.push_back(Session.GetRoot().MakeRelative(path));
@@ -204,13 +206,27 @@ ExitCode CDeviceCommands::Delete(const std::vector<std::string>& paths) {
         }
     }
     if (Console.IsJSON()) {
-        Console.Write(ToText({{"command", "delete"},
-                              {"device", Session.GetRoot().GetPath()},
-                              {"deleted", deleted},
-                              {"failed", failed},
-                              {"exitCode", static_cast<int>(code)}}));
+        nlohmann::json document = {{"command", "delete"},
+                                   {"device", Session.GetRoot().GetPath()},
+                                   {"deleted", deleted},
+                                   {"failed", failed},
+                                   {"exitCode", static_cast<int>(code)}};
+        if (settled != kExitDone) {
+            document["error"] = Session.GetError();
+        }
+        Console.Write(ToText(document));
     }
     return Finish(code);
+}
+
+const char* CDeviceCommands::FindObjection(const std::string& target) const {
+    if (!Session.GetRoot().IsInside(target)) {
+        return "is not on the device";
+    }
+    if (target == Session.GetDatabasePath()) {
+        return "is the device's database; rebuild makes it anew";
+    }
+    return CDeviceRoot::GetFileSize(target) < 0 ? "no such file" : nullptr;
 }
 
 ExitCode CDeviceCommands::ShowSpace() {
@@ -244,9 +260,22 @@ CDeviceCommands::HandleMenu(const std::string& location, std::optional<int> entr
         code != kExitDone) {
         return Fail(code, {});
     }
+    // A playlist is named like a path below the root that need not exist, and passes the same way.
+    std::string place = Session.GetRoot().Resolve(location);
+    while (place.ends_with('/')) {
+        place.pop_back();
+    }
+    if (!(place + "/").starts_with(Session.GetRoot().GetPath())
+        || !Session.GetRoot().IsFolderInside(place)) {
+        return Fail(kExitUsage,
+                    HostPrintable(std::string_view(location)) + " leads outside the device");
+    }
+    std::wstring below = HostWiden(Session.GetRoot().MakeRelative(place + "/"));
+    if (!below.empty()) {
+        below.pop_back();
+    }
     // The drive puts the device's path wherever its name stands in a location, so the name must not
     // stand in the rest.
-    const std::wstring below = HostWiden(location);
     std::wstring name = Session.GetProperties().Get(L"DisplayName");
     while (below.find(name) != std::wstring::npos) {
         name += L'_';
@@ -256,18 +285,7 @@ CDeviceCommands::HandleMenu(const std::string& location, std::optional<int> entr
         return Fail(code, {});
     }
     if (entry) {
-        if (!RunEntry(below, *entry, yes)) {
-            return Fail(kExitUsage, "the menu has no entry " + std::to_string(*entry) + " here");
-        }
-        if (Console.IsJSON()) {
-            Console.Write(
-                ToText({{"command", "menu"},
-                        {"ran", *entry},
-                        {"contentsChanged", Session.GetDevice().GetHost().ContentsChanged},
-                        {"databaseRemoved", Session.GetDevice().GetHost().DatabaseRemoved},
-                        {"exitCode", 0}}));
-        }
-        return Finish(kExitDone);
+        return RunChosen(below, *entry, yes);
     }
     CHandheldMenu menu;
     Session.GetDevice().HandleMenu(below, false, menu);
@@ -285,45 +303,74 @@ CDeviceCommands::HandleMenu(const std::string& location, std::optional<int> entr
     return Finish(kExitDone);
 }
 
-bool CDeviceCommands::RunEntry(const std::wstring& location, int id, bool yes) {
+bool CDeviceCommands::HasEntry(const std::wstring& location, int id) {
     CHandheldMenu menu;
     Session.GetDevice().HandleMenu(location, false, menu);
-    const bool isOffered = std::any_of(menu.Entries.begin(), menu.Entries.end(),
-                                       [id](const auto& entry) { return entry.Id == id; });
-    if (!isOffered) {
-        return false;
+    return std::any_of(menu.Entries.begin(), menu.Entries.end(),
+                       [id](const auto& entry) { return entry.Id == id; });
+}
+
+ExitCode CDeviceCommands::RunChosen(const std::wstring& location, int id, bool yes) {
+    if (!HasEntry(location, id)) {
+        return Fail(kExitUsage, "the menu has no entry " + std::to_string(id) + " here");
     }
+    nlohmann::json document = {{"command", "menu"}, {"ran", id}, {"exitCode", 0}};
     if (id == kExploreEntry) {
         // Showing a folder is the host's own work; where it is can be had by any program.
+        const std::string path = Session.GetRoot().GetPath() + HostNarrow(location);
+        document["path"] = path;
         if (!Console.IsJSON()) {
-            Console.Write(Session.GetRoot().GetPath() + HostNarrow(location) + "\n");
+            Console.Write(path + "\n");
         }
-        return true;
+    } else {
+        RunEntry(location, id, yes);
+        if (const ExitCode code = Session.SettleWithoutDatabase(); code != kExitDone) {
+            return Fail(code, {});
+        }
     }
+    if (Console.IsJSON()) {
+        document["contentsChanged"] = Session.GetDevice().GetHost().ContentsChanged;
+        document["databaseRemoved"] = Session.GetDevice().GetHost().DatabaseRemoved;
+        Console.Write(ToText(document));
+    }
+    return Finish(kExitDone);
+}
+
+void CDeviceCommands::RunEntry(const std::wstring& location, int id, bool yes) {
     std::optional<CAnswer> answer;
     if (yes) {
         answer.emplace(IVnDialogService::kButtonYes);
     } else if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
         answer.emplace(IVnDialogService::kButtonNo);
     }
+    CHandheldMenu menu;
     menu.ChosenId = id;
     Session.GetDevice().HandleMenu(location, true, menu);
-    Session.Flush();
-    return true;
 }
 
 ExitCode CDeviceCommands::Rebuild() {
     if (const ExitCode code = Open("rebuild", true); code != kExitDone) {
         return code;
     }
-    if (!RunEntry({}, kRebuildEntry, true)) {
+    if (!HasEntry({}, kRebuildEntry)) {
         return Fail(kExitFailure, "the drive offers no rebuild");
     }
+    RunEntry({}, kRebuildEntry, true);
     size_t count = 0;
     Session.GetDevice().GetFiles(
         {}, [&](const CMediaFields&) { Console.ShowSearch("Reading the device", ++count); },
         CInterrupt::IsRequested);
-    Session.Flush();
+    Console.ClearProgress();
+    if (CInterrupt::IsRequested()) {
+        return Fail(static_cast<ExitCode>(128 + CInterrupt::GetSignal()), "cancelled");
+    }
+    if (count == 0) {
+        // A scan that finds nothing saves nothing.
+        Session.GetDevice().EndSync();
+    }
+    if (const ExitCode code = Session.Settle(count); code != kExitDone) {
+        return Fail(code, {});
+    }
     if (Console.IsJSON()) {
         Console.Write(ToText({{"command", "rebuild"},
                               {"device", Session.GetRoot().GetPath()},
@@ -338,18 +385,17 @@ ExitCode CDeviceCommands::Rebuild() {
 ExitCode CDeviceCommands::Register(CConsole& console, bool remove) {
     CPlugin plugin;
     std::string error;
-    if (!plugin.Load(error)) {
-        console.Error(error);
-        return kExitFailure;
+    const char* command = remove ? "unregister" : "register";
+    if (plugin.Load(error) && !(remove ? plugin.Unregister() : plugin.Register())) {
+        error = "the plug-in has no registration";
     }
-    if (!(remove ? plugin.Unregister() : plugin.Register())) {
-        console.Error("the plug-in has no registration");
+    if (!error.empty()) {
+        console.Error(error);
+        WriteFailure(console, command, error, kExitFailure);
         return kExitFailure;
     }
     if (console.IsJSON()) {
-        console.Write(ToText({{"command", remove ? "unregister" : "register"},
-                              {"path", plugin.GetPath()},
-                              {"exitCode", 0}}));
+        console.Write(ToText({{"command", command}, {"path", plugin.GetPath()}, {"exitCode", 0}}));
     } else {
         console.Write((remove ? "Removed the registration of " : "Registered ")
                       + HostPrintable(std::string_view(plugin.GetPath())) + "\n");
@@ -368,12 +414,18 @@ ExitCode CDeviceCommands::Fail(ExitCode code, const std::string& text) {
     if (!text.empty()) {
         Console.Error(text);
     }
-    if (Console.IsJSON()) {
-        Console.Write(ToText({{"command", Command},
-                              {"error", text.empty() ? Session.GetError() : text},
-                              {"exitCode", static_cast<int>(code)}}));
-    }
+    WriteFailure(Console, Command, text.empty() ? Session.GetError() : text, code);
     return code;
+}
+
+void CDeviceCommands::WriteFailure(CConsole& console,
+                                   const std::string& command,
+                                   const std::string& text,
+                                   ExitCode code) {
+    if (console.IsJSON()) {
+        console.Write(
+            ToText({{"command", command}, {"error", text}, {"exitCode", static_cast<int>(code)}}));
+    }
 }
 
 ExitCode CDeviceCommands::Finish(ExitCode code) {

@@ -35,13 +35,24 @@ public:
     /// device.
     static ExitCode Register(CConsole& console, bool remove);
 
+    /// With --json, the document of a command that came to nothing; otherwise nothing.
+    static void WriteFailure(CConsole& console,
+                             const std::string& command,
+                             const std::string& text,
+                             ExitCode code);
+
 private:
     ExitCode Open(const char* command, bool mustBeWritable);
     ExitCode Fail(ExitCode code, const std::string& text);
     ExitCode Finish(ExitCode code);
-    /// Runs entry `id` of a location's menu with the question's answer settled. False when the menu
-    /// has no such entry.
-    bool RunEntry(const std::wstring& location, int id, bool yes);
+    /// Whether the menu of a location has the entry `id`.
+    bool HasEntry(const std::wstring& location, int id);
+    /// Runs an entry with the question's answer settled.
+    void RunEntry(const std::wstring& location, int id, bool yes);
+    /// Runs an entry of the user's choice and tells what came of it.
+    ExitCode RunChosen(const std::wstring& location, int id, bool yes);
+    /// What stands against deleting a path that is no folder; null when nothing does.
+    const char* FindObjection(const std::string& target) const;
 
     CConsole& Console;
     std::string Path;

@@ -67,6 +67,16 @@ constexpr std::array kSearchPaths{
 
 constexpr std::wstring_view kSeparatorEscape = L"\\x01";
 
+/// Keys without a value of their own at the start.
+constexpr std::array kOtherKeys{L"DisplayName", L"SaveVideoThumbnailToFileJPG"};
+
+bool IsKnown(std::wstring_view key) {
+    const auto isKey = [key](const wchar_t* known) { return HostEqualsNoCase(key, known); };
+    return std::ranges::any_of(kDefaults, isKey, &Default::Key)
+           || std::ranges::any_of(kSearchPaths, isKey, &SearchPath::Key)
+           || std::ranges::any_of(kOtherKeys, isKey);
+}
+
 void EndInSlash(std::wstring& path) {
     while (path.ends_with(L"//")) {
         path.pop_back();
@@ -117,6 +127,9 @@ bool CDeviceProperties::Override(std::string_view assignment, std::string& error
             && Get(search.Key) == Get(search.BasePathKey)) {
             Set(search.Key, value);
         }
+    }
+    if (!IsKnown(key)) {
+        UnknownKeys.push_back(key);
     }
     Set(key.c_str(), value);
     return true;

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The property text of a device: every key has a sensible value for a folder that is mounted
 /// somewhere, and each may be overridden.
@@ -14,8 +15,11 @@ public:
 
     /// Applies "KEY=VALUE". In the value "\x01" stands for the character U+0001. False, with the
     /// reason in `error`, for a text without "=", and for the keys that say where the device is,
-    /// which is the command line's affair.
+    /// which is the command line's affair. An unknown key is taken, and shows in GetUnknownKeys.
     bool Override(std::string_view assignment, std::string& error);
+
+    /// The keys of overrides that neither the drive nor the host looks at, as they were written.
+    const std::vector<std::wstring>& GetUnknownKeys() const { return UnknownKeys; }
 
     void Set(const wchar_t* key, std::wstring_view value);
     std::wstring Get(const wchar_t* key) const;
@@ -32,4 +36,5 @@ public:
 private:
     std::wstring Root;
     VnPropertyMap Map;
+    std::vector<std::wstring> UnknownKeys;
 };

@@ -19,7 +19,9 @@ constexpr const char* kSchema =
     "CREATE TABLE IF NOT EXISTS Device (Id INTEGER PRIMARY KEY, Root BLOB);"
     "CREATE TABLE IF NOT EXISTS Files (Target BLOB PRIMARY KEY, Kind INTEGER, Source BLOB, Size INTEGER,"
     " MTime INTEGER, MatchKey BLOB, ChangeKey BLOB) WITHOUT ROWID;"
-    "CREATE TABLE IF NOT EXISTS UnderWay (Id INTEGER PRIMARY KEY, Source BLOB, Target BLOB);";
+    "CREATE TABLE IF NOT EXISTS Sending (Id INTEGER PRIMARY KEY, Source BLOB, Target BLOB, Size INTEGER);"
+    "CREATE TABLE IF NOT EXISTS Aside (Temporary BLOB PRIMARY KEY, Original BLOB, IsReplaced INTEGER)"
+    " WITHOUT ROWID;";
 
 } // namespace
 
@@ -47,7 +49,7 @@ bool CDeviceRecord::Open(const std::string& folder,
         return false;
     }
     PutStatement = Database.Prepare("INSERT OR REPLACE INTO Files VALUES (?, ?, ?, ?, ?, ?, ?)");
-    NoteStatement = Database.Prepare("INSERT OR REPLACE INTO UnderWay VALUES (1, ?, ?)");
+    NoteStatement = Database.Prepare("INSERT OR REPLACE INTO Sending VALUES (1, ?, ?, ?)");
     return true;
 }
 
@@ -79,39 +81,80 @@ bool CDeviceRecord::Put(const CEntry& entry) {
     return PutStatement.Run();
 }
 
-bool CDeviceRecord::Remove(const std::vector<std::string>& targets) {
-    if (targets.empty()) {
+bool CDeviceRecord::RunForEach(const char* sql, const std::vector<std::string>& paths) {
+    if (paths.empty()) {
         return true;
     }
     CSqliteTransaction transaction(Database);
-    CSqliteStatement statement = Database.Prepare("DELETE FROM Files WHERE Target = ?");
-    for (const std::string& target : targets) {
-        if (!statement.Bind(1, target).Run()) {
+    CSqliteStatement statement = Database.Prepare(sql);
+    for (const std::string& path : paths) {
+        if (!statement.Bind(1, path).Run()) {
             return false;
         }
     }
     return transaction.Commit();
 }
 
-bool CDeviceRecord::NoteUnderWay(const std::string& source,
-                                 const std::string& target,
-                                 const CEntry* done) {
+bool CDeviceRecord::Remove(const std::vector<std::string>& targets) {
+    return RunForEach("DELETE FROM Files WHERE Target = ?", targets);
+}
+
+bool CDeviceRecord::NoteUnderWay(const CUnderWay& note, const CEntry* done) {
     CSqliteTransaction transaction(Database);
     const bool noted =
-        (done == nullptr || Put(*done)) && NoteStatement.Bind(1, source).Bind(2, target).Run();
+        (done == nullptr || Put(*done))
+        && NoteStatement.Bind(1, note.Source).Bind(2, note.Target).Bind(3, note.Size).Run();
     return noted && transaction.Commit();
 }
 
 std::optional<CDeviceRecord::CUnderWay> CDeviceRecord::GetUnderWay() {
-    CSqliteStatement select = Database.Prepare("SELECT Source, Target FROM UnderWay");
+    CSqliteStatement select = Database.Prepare("SELECT Source, Target, Size FROM Sending");
     if (!select.Step()) {
         return std::nullopt;
     }
-    return CUnderWay{select.GetBytes(0), select.GetBytes(1)};
+    return CUnderWay{select.GetBytes(0), select.GetBytes(1), select.GetInt(2)};
 }
 
 bool CDeviceRecord::EndUnderWay(const CEntry* done) {
     CSqliteTransaction transaction(Database);
-    const bool ended = (done == nullptr || Put(*done)) && Database.Execute("DELETE FROM UnderWay");
+    const bool ended = (done == nullptr || Put(*done)) && Database.Execute("DELETE FROM Sending");
+    return ended && transaction.Commit();
+}
+
+bool CDeviceRecord::NoteAside(const std::vector<CAside>& asides) {
+    if (asides.empty()) {
+        return true;
+    }
+    CSqliteTransaction transaction(Database);
+    CSqliteStatement statement = Database.Prepare("INSERT OR REPLACE INTO Aside VALUES (?, ?, 0)");
+    for (const CAside& aside : asides) {
+        if (!statement.Bind(1, aside.Temporary).Bind(2, aside.Original).Run()) {
+            return false;
+        }
+    }
+    return transaction.Commit();
+}
+
+std::vector<CDeviceRecord::CAside> CDeviceRecord::GetAsides() {
+    CSqliteStatement select =
+        Database.Prepare("SELECT Temporary, Original, IsReplaced FROM Aside ORDER BY Temporary");
+    std::vector<CAside> asides;
+    while (select.Step()) {
+        asides.push_back({select.GetBytes(0), select.GetBytes(1), select.GetInt(2) != 0});
+    }
+    return asides;
+}
+
+bool CDeviceRecord::DropAsides(const std::vector<std::string>& temporaries) {
+    return RunForEach("DELETE FROM Aside WHERE Temporary = ?", temporaries);
+}
+
+bool CDeviceRecord::EndReplacement(const CEntry& done, const CAside& aside) {
+    CSqliteTransaction transaction(Database);
+    CSqliteStatement forget = Database.Prepare("DELETE FROM Files WHERE Target = ?");
+    CSqliteStatement mark = Database.Prepare("UPDATE Aside SET IsReplaced = 1 WHERE Temporary = ?");
+    const bool ended = forget.Bind(1, aside.Original).Run() && Put(done)
+                       && Database.Execute("DELETE FROM Sending")
+                       && mark.Bind(1, aside.Temporary).Run();
     return ended && transaction.Commit();
 }

@@ -13,7 +13,9 @@
 /// A file on the device belongs to the host only if it stands here. Before a file is sent it is
 /// noted as under way; the note is replaced in the same step that enters the file. A note that is
 /// still there when a sync begins names a file that was cut short, or at worst the last one that
-/// was not. While an object has a device open, no other process can open it.
+/// was not. An older copy that a new one is to replace is noted ahead of being moved aside, so that
+/// it can be put back whenever the new one did not arrive. While an object has a device open, no
+/// other process can open it.
 class CDeviceRecord {
 public:
     enum class Kind {
@@ -25,7 +27,7 @@ public:
         Kind Type = Kind::File;
         std::string Target; ///< path on the device, absolute
         std::string Source; ///< path in the library; of a picture empty
-        int64_t Size = 0;   ///< of the source, bytes
+        int64_t Size = 0;   ///< of the source in bytes; of a picture or playlist that of the target
         int64_t MTime = 0;  ///< of the source, nanoseconds
         std::string MatchKey;
         std::string ChangeKey; ///< of a playlist: the text that was written
@@ -33,6 +35,13 @@ public:
     struct CUnderWay {
         std::string Source;
         std::string Target;
+        int64_t Size = 0; ///< of the source, bytes
+    };
+    /// An older copy that stands under another name while its replacement arrives.
+    struct CAside {
+        std::string Temporary;   ///< where it stands now, unless it was not moved yet
+        std::string Original;    ///< its own place
+        bool IsReplaced = false; ///< the new copy is entered: this one goes
     };
 
     CDeviceRecord() = default;
@@ -56,17 +65,24 @@ public:
     bool Put(const CEntry& entry);
 
     /// Notes a file as under way; `done` (may be null) is what the one before it has become.
-    bool NoteUnderWay(const std::string& source,
-                      const std::string& target,
-                      const CEntry* done = nullptr);
+    bool NoteUnderWay(const CUnderWay& note, const CEntry* done = nullptr);
     std::optional<CUnderWay> GetUnderWay();
     /// Takes the note away; with an entry, which the file has become, in the same step.
     bool EndUnderWay(const CEntry* done);
+
+    /// Notes older copies that are about to be moved aside, all or none.
+    bool NoteAside(const std::vector<CAside>& asides);
+    std::vector<CAside> GetAsides();
+    /// Takes the notes with these `Temporary` paths away, all or none.
+    bool DropAsides(const std::vector<std::string>& temporaries);
+    /// One step: the file under way has become `done`, and the older copy is replaced by it.
+    bool EndReplacement(const CEntry& done, const CAside& aside);
 
     std::string GetError() const { return Database.GetError(); }
 
 private:
     bool LockDevice(const std::string& path, std::string& error);
+    bool RunForEach(const char* sql, const std::vector<std::string>& paths);
 
     CSqlite Database;
     CSqliteStatement PutStatement;

@@ -56,7 +56,8 @@ bool CLibrary::OpenIndex(const std::string& path, std::string& error) {
 void CLibrary::Scan(const std::vector<std::string>& folders,
                     ITagSource& tags,
                     const Progress& progress,
-                    const std::function<bool()>& isCancelled) {
+                    const std::function<bool()>& isCancelled,
+                    const std::string& leftOut) {
     Items.clear();
     ByPath.clear();
     PassedOver.clear();
@@ -69,7 +70,7 @@ void CLibrary::Scan(const std::vector<std::string>& folders,
         roots.push_back(real.empty() ? folder : real);
     }
     LoadKnown(roots);
-    CLibraryWalk walk(roots, isCancelled);
+    CLibraryWalk walk(roots, isCancelled, leftOut);
     walk.Run();
     PassedOver = walk.GetPassedOver();
 

@@ -28,11 +28,13 @@ public:
 
     /// Lists `folders` (absolute or relative to the current folder) and reads what is new or
     /// changed. Items stand in the order of their paths' listing. `isCancelled` (may be empty) ends
-    /// the work early.
+    /// the work early. `leftOut` (may be empty) is the real path of a folder that is no part of the
+    /// library although it lies in it, or links lead there.
     void Scan(const std::vector<std::string>& folders,
               ITagSource& tags,
               const Progress& progress,
-              const std::function<bool()>& isCancelled);
+              const std::function<bool()>& isCancelled,
+              const std::string& leftOut = {});
 
     const std::vector<std::unique_ptr<CLibraryItem>>& GetItems() const { return Items; }
     /// What was found and not taken, each with its reason.

@@ -32,12 +32,21 @@ int64_t Nanoseconds(const timespec& time) {
 
 } // namespace
 
-CLibraryWalk::CLibraryWalk(std::vector<std::string> folders, std::function<bool()> isCancelled)
+CLibraryWalk::CLibraryWalk(std::vector<std::string> folders,
+                           std::function<bool()> isCancelled,
+                           std::string leftOut)
     : Folders(std::move(folders))
-    , IsCancelled(std::move(isCancelled)) {
+    , IsCancelled(std::move(isCancelled))
+    , LeftOut(std::move(leftOut)) {
+    if (LeftOut.size() > 1 && LeftOut.ends_with('/')) {
+        LeftOut.pop_back();
+    }
 }
 
 void CLibraryWalk::Run() {
+    if (struct stat status{}; !LeftOut.empty() && stat(LeftOut.c_str(), &status) == 0) {
+        Entered.emplace(status.st_dev, status.st_ino); // and so it is never entered again
+    }
     for (const std::string& folder : Folders) {
         struct stat status {};
         if (stat(folder.c_str(), &status) != 0) {
@@ -115,7 +124,9 @@ void CLibraryWalk::LookAtLink(const std::string& path, int depth) {
         return;
     }
     const Identity identity(status.st_dev, status.st_ino);
-    if (S_ISDIR(status.st_mode)) {
+    if (IsLeftOut(RealPath(path))) {
+        PassOver(path, "is a link to the device");
+    } else if (S_ISDIR(status.st_mode)) {
         const std::string real = RealPath(path);
         if (path.starts_with(real == "/" ? real : real + "/")) {
             PassOver(path, "is a link to a folder that it stands in");
@@ -133,6 +144,10 @@ bool CLibraryWalk::IsInLibrary(const std::string& path) const {
     return std::any_of(Folders.begin(), Folders.end(), [&path](const std::string& folder) {
         return path == folder || path.starts_with(folder.ends_with('/') ? folder : folder + "/");
     });
+}
+
+bool CLibraryWalk::IsLeftOut(const std::string& path) const {
+    return !LeftOut.empty() && (path == LeftOut || path.starts_with(LeftOut + "/"));
 }
 
 void CLibraryWalk::PassOver(const std::string& path, std::string reason, bool isFailure) {

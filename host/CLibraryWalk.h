@@ -15,11 +15,15 @@
 /// Hidden names are left out. A link to a file counts as that file, unless the file lies in the
 /// library anyway; a link to a folder is entered, but never a folder that was entered before. What
 /// is no file and no folder (a FIFO, a socket, a device), and a link that leads nowhere or round in
-/// a circle, is passed over by name; so is a folder that cannot be listed.
+/// a circle, is passed over by name; so is a folder that cannot be listed. One folder, the
+/// device's, can be left out with all that is in it: it is not entered, and no link leads into it.
 class CLibraryWalk {
 public:
-    /// `folders` are absolute real paths. `isCancelled` (may be empty) is asked once a folder.
-    CLibraryWalk(std::vector<std::string> folders, std::function<bool()> isCancelled);
+    /// `folders` are absolute real paths, and so is `leftOut`, which may be empty. `isCancelled`
+    /// (may be empty) is asked once a folder.
+    CLibraryWalk(std::vector<std::string> folders,
+                 std::function<bool()> isCancelled,
+                 std::string leftOut = {});
 
     void Run();
 
@@ -38,10 +42,12 @@ private:
     void Look(const std::string& path, int depth);
     void LookAtLink(const std::string& path, int depth);
     bool IsInLibrary(const std::string& path) const;
+    bool IsLeftOut(const std::string& path) const;
     void PassOver(const std::string& path, std::string reason, bool isFailure = false);
 
     std::vector<std::string> Folders;
     std::function<bool()> IsCancelled;
+    std::string LeftOut; ///< real path without a final "/"; empty for none
     std::set<Identity> Entered;
     std::set<Identity> Linked; ///< files outside that links have led to
     std::vector<CFound> Files;

@@ -25,30 +25,39 @@ auto FindEntry(auto& entries, std::wstring_view name) {
 
 const std::wstring& CMediaFields::Get(std::wstring_view name) const {
     static const std::wstring none;
-    const auto entry = FindEntry(Entries, name);
-    return entry == Entries.end() ? none : entry->second;
+    const auto fields = GetEntries();
+    const auto entry = FindEntry(fields, name);
+    return entry == fields.end() ? none : entry->second;
 }
 
 bool CMediaFields::Has(std::wstring_view name) const {
-    return FindEntry(Entries, name) != Entries.end();
+    const auto fields = GetEntries();
+    return FindEntry(fields, name) != fields.end();
 }
 
 void CMediaFields::Set(std::wstring_view name, std::wstring_view value) {
-    const auto entry = FindEntry(Entries, name);
-    if (entry == Entries.end()) {
-        if (!value.empty()) {
-            Entries.emplace_back(name, value);
+    const std::span<Entry> fields(Entries.data(), Count);
+    const auto entry = FindEntry(fields, name);
+    if (entry != fields.end()) {
+        if (value.empty()) {
+            std::rotate(entry, entry + 1, fields.end());
+            --Count;
+        } else {
+            entry->second = value;
         }
-    } else if (value.empty()) {
-        Entries.erase(entry);
-    } else {
-        entry->second = value;
+    } else if (!value.empty()) {
+        if (Count == Entries.size()) {
+            Entries.emplace_back();
+        }
+        Entries[Count].first = name;
+        Entries[Count].second = value;
+        ++Count;
     }
 }
 
 std::wstring CMediaFields::Pack() const {
     std::wstring packed;
-    for (const auto& [name, value] : Entries) {
+    for (const auto& [name, value] : GetEntries()) {
         AppendSafely(packed, name);
         packed += kEndOfName;
         AppendSafely(packed, value);
@@ -64,6 +73,7 @@ CMediaFields CMediaFields::Unpack(std::wstring_view packed) {
         const std::wstring_view field = packed.substr(0, end);
         if (const size_t middle = field.find(kEndOfName); middle != std::wstring_view::npos) {
             fields.Entries.emplace_back(field.substr(0, middle), field.substr(middle + 1));
+            ++fields.Count;
         }
         packed.remove_prefix(end == std::wstring_view::npos ? packed.size() : end + 1);
     }

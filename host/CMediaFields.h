@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,9 +22,11 @@ public:
     /// Stores a value; an empty one takes the field away.
     void Set(std::wstring_view name, std::wstring_view value);
 
-    void Clear() { Entries.clear(); }
+    /// Takes all fields away. Their memory stays for the next ones: a scan fills one object again
+    /// and again.
+    void Clear() { Count = 0; }
 
-    const std::vector<Entry>& GetEntries() const { return Entries; }
+    std::span<const Entry> GetEntries() const { return {Entries.data(), Count}; }
 
     /// One text of all fields, and back. Names and values may hold anything but U+001E and U+001F,
     /// which become blanks.
@@ -30,5 +34,6 @@ public:
     static CMediaFields Unpack(std::wstring_view packed);
 
 private:
-    std::vector<Entry> Entries;
+    std::vector<Entry> Entries; ///< the fields, and behind them what may be filled again
+    size_t Count = 0;           ///< of fields
 };

@@ -18,7 +18,6 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-constexpr size_t kHeadSize = 16384;
 constexpr size_t kTailSize = 65536;
 
 struct TypeOfExtension {

@@ -90,9 +90,20 @@ std::vector<std::string> CPlaylistReader::SplitEntries(std::string_view text) {
     return entries;
 }
 
+std::string CPlaylistReader::FindProblem(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return errno == ENOENT ? "no such file" : HostErrorText(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return "is no regular file";
+    }
+    const std::wstring extension = HostExtension(HostWiden(path));
+    return extension == L"m3u" || extension == L"m3u8" ? std::string() : "is no m3u or m3u8 file";
+}
+
 bool CPlaylistReader::Read(const std::string& path, CResult& result, std::string& error) {
-    if (!IsFile(path)) {
-        error = "no such file";
+    if (error = FindProblem(path); !error.empty()) {
         return false;
     }
     std::ifstream file(path, std::ios::binary);
@@ -100,6 +111,10 @@ bool CPlaylistReader::Read(const std::string& path, CResult& result, std::string
     if (!file.is_open()
         || (file.peek() != std::ifstream::traits_type::eof() && !(bytes << file.rdbuf()))) {
         error = "cannot be read: " + HostErrorText(errno);
+        return false;
+    }
+    if (bytes.view().find('\0') != std::string_view::npos) {
+        error = "is no playlist: it has NUL bytes";
         return false;
     }
     const size_t slash = path.rfind('/');

@@ -19,7 +19,12 @@ public:
             Missing; ///< entries as they stand in the list that name no file; URLs of the net too
     };
 
-    /// False, with the reason in `error`, when the list cannot be read.
+    /// Why a path cannot be a playlist: it is missing, no regular file, or has another extension
+    /// than m3u and m3u8 (in any letter case). Empty when it can. Reads nothing.
+    static std::string FindProblem(const std::string& path);
+
+    /// False, with the reason in `error`, when the list cannot be read or is no text (a
+    /// NUL byte stands in it).
     static bool Read(const std::string& path, CResult& result, std::string& error);
 
     /// The entries of a list's text, without comments and blank lines.

@@ -7,6 +7,7 @@
 #include "host/HostText.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
@@ -93,8 +94,51 @@ ExitCode CSync::Prepare() {
         Report.Error = Session.GetError();
         return code;
     }
+    Report.Device = Session.GetRoot().GetPath();
+    const ExitCode code = CheckLibraries();
+    return code == kExitDone ? OpenRecord() : code;
+}
+
+ExitCode CSync::CheckLibraries() {
+    const std::string& root = Session.GetRoot().GetPath();
+    struct stat device {};
+    if (stat(root.c_str(), &device) != 0) {
+        return Fail(kExitNoDevice, "the device is gone");
+    }
+    for (const std::string& folder : Options.Libraries) {
+        const std::string real = CLibrary::RealPath(folder);
+        struct stat status {};
+        if (real.empty() || stat(real.c_str(), &status) != 0) {
+            if (Options.Delete != DeleteMode::None) {
+                Console.Error("nothing is deleted, because a library folder is missing: "
+                              + HostPrintable(std::string_view(folder)));
+            }
+            Options.Delete = DeleteMode::None;
+            continue;
+        }
+        // By identity, upwards: a folder that is mounted in two places has two real paths.
+        for (std::string above = real;; above.erase(above.rfind('/'))) {
+            struct stat level {};
+            if (stat(above.empty() ? "/" : above.c_str(), &level) == 0
+                && level.st_dev == device.st_dev && level.st_ino == device.st_ino) {
+                return Fail(kExitUsage, "the library " + HostPrintable(std::string_view(real))
+                                            + " lies on the device "
+                                            + HostPrintable(std::string_view(root))
+                                            + "; name a folder outside the device");
+            }
+            if (above.empty() || above == "/") {
+                break;
+            }
+        }
+        if (!root.starts_with(real == "/" ? real : real + "/")) {
+            LibraryRoots.emplace(status.st_dev, status.st_ino);
+        }
+    }
+    return kExitDone;
+}
+
+ExitCode CSync::OpenRecord() {
     const CDeviceRoot& root = Session.GetRoot();
-    Report.Device = root.GetPath();
     DataFolder = CSession::GetDataFolder();
     if (DataFolder.empty()) {
         return Fail(kExitFailure, "there is no home folder to keep the library's index in");
@@ -127,27 +171,32 @@ ExitCode CSync::Prepare() {
     return kExitDone;
 }
 
+ExitCode CSync::DivertDatabase() {
+    // The drive writes its database whenever a scan finds something new. A copy of it, elsewhere,
+    // takes the writes; base paths are below the device's root, so the way there leads up from it.
+    std::string pattern = (std::filesystem::temp_directory_path() / "tonehall-XXXXXX").native();
+    if (mkdtemp(pattern.data()) == nullptr) {
+        return Fail(kExitFailure, "no temporary folder for the dry run");
+    }
+    DryRunFolder = CLibrary::RealPath(pattern);
+    const std::wstring place = Session.GetProperties().GetBasePath(L"DatabaseBasePath");
+    std::error_code failure;
+    std::filesystem::copy_file(HostNarrow(place) + std::string(kDatabaseName),
+                               DryRunFolder + "/" + std::string(kDatabaseName), failure);
+    std::string up;
+    const std::string& root = Session.GetRoot().GetPath();
+    for (auto slashes = std::count(root.begin(), root.end(), '/') - 1; slashes > 0; --slashes) {
+        up += "../";
+    }
+    Session.GetProperties().Set(L"DatabaseBasePath", HostWiden(up + DryRunFolder.substr(1) + "/"));
+    return kExitDone;
+}
+
 ExitCode CSync::ReadLibrary() {
     if (Options.IsDryRun) {
-        // The drive writes its database whenever a scan finds something new. A copy of it,
-        // elsewhere, takes the writes; base paths are below the device's root, so the way there
-        // leads up from it.
-        std::string pattern = (std::filesystem::temp_directory_path() / "tonehall-XXXXXX").native();
-        if (mkdtemp(pattern.data()) == nullptr) {
-            return Fail(kExitFailure, "no temporary folder for the dry run");
+        if (const ExitCode code = DivertDatabase(); code != kExitDone) {
+            return code;
         }
-        DryRunFolder = CLibrary::RealPath(pattern);
-        const std::wstring place = Session.GetProperties().GetBasePath(L"DatabaseBasePath");
-        std::error_code failure;
-        std::filesystem::copy_file(HostNarrow(place) + std::string(kDatabaseName),
-                                   DryRunFolder + "/" + std::string(kDatabaseName), failure);
-        std::string up;
-        const std::string& root = Session.GetRoot().GetPath();
-        for (auto slashes = std::count(root.begin(), root.end(), '/') - 1; slashes > 0; --slashes) {
-            up += "../";
-        }
-        Session.GetProperties().Set(L"DatabaseBasePath",
-                                    HostWiden(up + DryRunFolder.substr(1) + "/"));
     }
     if (const ExitCode code = Session.Start(); code != kExitDone) {
         Report.Error = Session.GetError();
@@ -157,10 +206,15 @@ ExitCode CSync::ReadLibrary() {
     if (!tags.IsAvailable()) {
         return Fail(kExitFailure, "the tools module gives no tag reader");
     }
+    if (!CSession::HasReader()) {
+        return Fail(
+            kExitFailure,
+            "the reader module libVnReader.so cannot be loaded; without it nothing is sent");
+    }
     Library.Scan(
         Options.Libraries, tags,
         [this](size_t done, size_t) { Console.ShowSearch("Reading the library", done); },
-        CInterrupt::IsRequested);
+        CInterrupt::IsRequested, Session.GetRoot().GetPath());
     for (const CPassedOver& passed : Library.GetPassedOver()) {
         Input.PassedOver.push_back(passed.Path);
         passed.IsFailure ? AddFailure(passed.Path, passed.Reason)
@@ -198,6 +252,9 @@ ExitCode CSync::StartDevice() {
         return Fail(kExitNoDevice, "the space on the device cannot be found out");
     }
     RecoverUnderWay();
+    if (!Options.IsDryRun) {
+        RecoverAsides(Record.GetAsides());
+    }
     return kExitDone;
 }
 
@@ -256,43 +313,54 @@ ExitCode CSync::MakePlan() {
         Report.Leftovers.push_back(Relative(path));
     }
     Going.insert(Plan.Deletes.begin(), Plan.Deletes.end());
-    for (const CSyncPlan::CSend& send : Plan.Sends) {
-        if (!send.Replaces.empty()) {
-            Going.insert(send.Replaces);
-        }
-    }
-    Paths =
-        std::make_unique<CTargetPaths>(Session.GetProperties(), [this](const std::wstring& path) {
-            const std::string bytes = HostNarrow(path);
-            std::error_code failure;
-            return !Going.contains(bytes) && UnderWay != bytes
-                   && std::filesystem::symlink_status(bytes, failure).type()
-                          != std::filesystem::file_type::not_found;
-        });
+    MakeJobs();
+    return kExitDone;
+}
+
+void CSync::MakeJobs() {
+    std::string replaced;
+    Paths = std::make_unique<CTargetPaths>(Session.GetProperties(), [&](const std::wstring& path) {
+        const std::string bytes = HostNarrow(path);
+        return !Going.contains(bytes) && replaced != bytes
+               && !(Options.IsDryRun && UnderWay == bytes) && !IsGone(bytes);
+    });
     for (const CDeviceFile& file : Input.Device) {
         if (!Going.contains(file.Path)) {
             Paths->Take(HostWiden(file.Path));
         }
     }
     for (const CSyncPlan::CSend& send : Plan.Sends) {
+        // The place of an older copy is free for its own successor only: all others stand while
+        // that one arrives.
+        replaced = send.Replaces;
+        Paths->Free(HostWiden(replaced));
         Jobs.push_back({send, Paths->Choose(*send.Item->File)});
+        Paths->Take(HostWiden(replaced));
         BytesInAll += send.Item->File->Size;
     }
-    return kExitDone;
+    // What gives space back goes first, so that the space needed never exceeds that of the whole.
+    std::stable_partition(Jobs.begin(), Jobs.end(), [](const CJob& job) {
+        return !job.Send.Replaces.empty()
+               && job.Send.Item->File->Size <= CDeviceRoot::GetFileSize(job.Send.Replaces);
+    });
 }
 
 ExitCode CSync::CheckSpace() {
     struct statvfs volume {};
     const bool known =
         statvfs(Session.GetRoot().GetPath().c_str(), &volume) == 0 && volume.f_frsize > 0;
-    const auto block = known ? static_cast<int64_t>(volume.f_frsize) : 4096;
+    BlockSize = known ? static_cast<int64_t>(volume.f_frsize) : BlockSize;
+    const auto occupied = [this](const std::string& path) {
+        return RoundUp(std::max<int64_t>(CDeviceRoot::GetFileSize(path), 0), BlockSize);
+    };
     int64_t needed = 0;
-    for (const CJob& job : Jobs) {
-        needed += RoundUp(job.Send.Item->File->Size, block) + kRecordSize;
-    }
     int64_t freed = 0;
+    for (const CJob& job : Jobs) {
+        needed += RoundUp(job.Send.Item->File->Size, BlockSize) + kRecordSize;
+        freed += job.Send.Replaces.empty() ? 0 : occupied(job.Send.Replaces);
+    }
     for (const std::string& path : Going) {
-        freed += RoundUp(std::max<int64_t>(CDeviceRoot::GetFileSize(path), 0), block);
+        freed += occupied(path);
     }
     if (needed - freed > static_cast<int64_t>(Report.AvailableSpace)) {
         return Fail(kExitNoSpace, "not enough space on the device: "
@@ -305,7 +373,9 @@ ExitCode CSync::CheckSpace() {
 
 void CSync::DescribePlan() {
     for (const std::string& path : Plan.Deletes) {
-        Report.Deleted.push_back(Relative(path));
+        if (MayDelete(path)) {
+            Report.Deleted.push_back(Relative(path));
+        }
     }
     for (const CJob& job : Jobs) {
         const std::string target = HostNarrow(job.Target.GetPath());
@@ -333,6 +403,7 @@ ExitCode CSync::Execute() {
     }
     device.BeginSync();
     DeleteFiles();
+    DropOldRecords();
     const ExitCode code = SendFiles();
     if (code == kExitDone && !CInterrupt::IsRequested()) {
         SendPlaylists();
@@ -341,9 +412,18 @@ ExitCode CSync::Execute() {
         return code;
     }
     device.EndSync();
+    if (HasNewPictures && code == kExitDone && !CInterrupt::IsRequested()) {
+        // The drive makes records of the pictures when it first finds them. Done now, the next sync
+        // has nothing to save.
+        device.GetHost().Progress = {};
+        device.GetFiles(
+            {}, [](const CMediaFields&) {}, CInterrupt::IsRequested);
+    }
     Console.ClearProgress();
-    if (!Session.Flush()) {
-        return Fail(kExitFailure, "the device could not be flushed; do not remove it yet");
+    if (const ExitCode settled = Session.Settle(Input.Device.size() + Report.Sent.size());
+        settled != kExitDone) {
+        Report.Error = Session.GetError();
+        return settled;
     }
     Console.Message("The device may be removed.");
     return code;

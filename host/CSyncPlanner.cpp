@@ -78,6 +78,16 @@ private:
                || Input.GetDeviceSize(entry.Target) < entry.Size;
     }
 
+    /// What a new copy may replace: the device file of a record. A file that has grown is not what
+    /// was sent: somebody put another in its place, which stays and is ours no longer.
+    std::string ClaimForReplacing(const Entry& entry) {
+        if (entry.Size < 0 || Input.GetDeviceSize(entry.Target) <= entry.Size) {
+            return entry.Target;
+        }
+        Plan.Forgotten.push_back(entry.Target);
+        return {};
+    }
+
     bool MatchByRecord(const CSyncItem& item) {
         const auto found = BySource.find(item.File->Path);
         if (found == BySource.end()) {
@@ -89,7 +99,7 @@ private:
         }
         Claimed.insert(Fold(entry.Target));
         if (IsChanged(item, entry)) {
-            Plan.Sends.push_back({&item, entry.Target});
+            Plan.Sends.push_back({&item, ClaimForReplacing(entry)});
         } else {
             Plan.Keeps.push_back({&item, entry.Target, false});
         }
@@ -117,7 +127,7 @@ private:
         if (isOurs
             && (record->second->Size != item.File->Size || file.ChangeKey != item.ChangeKey
                 || Input.GetDeviceSize(file.Path) < record->second->Size)) {
-            Plan.Sends.push_back({&item, record->second->Target});
+            Plan.Sends.push_back({&item, ClaimForReplacing(*record->second)});
         } else {
             Plan.Keeps.push_back({&item, isOurs ? record->second->Target : file.Path, isOurs});
         }
@@ -145,8 +155,11 @@ private:
             } else if (!IsPresent(entry)) {
                 Plan.Forgotten.push_back(entry.Target);
             } else if (!Claimed.contains(Fold(entry.Target))) {
-                (Input.Delete == DeleteMode::None ? Plan.Leftovers : Plan.Deletes)
-                    .push_back(entry.Target);
+                // Only what has the size that was sent is surely what was sent.
+                const bool mayGo = Input.Delete == DeleteMode::All
+                                   || (Input.Delete == DeleteMode::Own
+                                       && Input.GetDeviceSize(entry.Target) == entry.Size);
+                (mayGo ? Plan.Deletes : Plan.Leftovers).push_back(entry.Target);
                 Claimed.insert(Fold(entry.Target));
             }
         }
@@ -189,7 +202,8 @@ private:
         for (const Entry& entry : Input.Records) {
             const std::string folder = FolderOf(Fold(entry.Target));
             if (entry.Type == CDeviceRecord::Kind::Picture && emptied.contains(folder)
-                && !livingFolders.contains(folder) && Input.GetDeviceSize(entry.Target) >= 0) {
+                && !livingFolders.contains(folder)
+                && Input.GetDeviceSize(entry.Target) == entry.Size) {
                 going.push_back(entry.Target);
             }
         }

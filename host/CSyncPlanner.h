@@ -34,7 +34,7 @@ struct CSyncItem {
 struct CSyncPlan {
     struct CSend {
         const CSyncItem* Item = nullptr;
-        std::string Replaces; ///< the device file that goes first; empty for a new one
+        std::string Replaces; ///< the device file that goes for it; empty for a new one
     };
     struct CKeep {
         const CSyncItem* Item = nullptr;
@@ -47,7 +47,8 @@ struct CSyncPlan {
     std::vector<std::string>
         Deletes; ///< device files without a place in the library, and their folders' pictures
     std::vector<std::string> Leftovers; ///< the same, where the delete mode lets them stay
-    std::vector<std::string> Forgotten; ///< record entries whose device file is gone
+    std::vector<std::string>
+        Forgotten; ///< record entries whose device file is gone, or has become somebody else's
 };
 
 /// Compares a library with a device.

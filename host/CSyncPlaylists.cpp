@@ -78,7 +78,13 @@ void CSync::SendPlaylist(const CPlaylist& playlist) {
         AddFailure(playlist.Source, error);
         return;
     }
-    if (!Record.Put({CDeviceRecord::Kind::Playlist, path, playlist.Source, 0, 0, {}, written})) {
+    if (!Record.Put({CDeviceRecord::Kind::Playlist,
+                     path,
+                     playlist.Source,
+                     CDeviceRoot::GetFileSize(path),
+                     0,
+                     {},
+                     written})) {
         RecordFailed();
     }
     Report.PlaylistsSent.push_back(Relative(path));
@@ -112,20 +118,30 @@ void CSync::DeleteLostPlaylists() {
             });
         std::error_code failure;
         if (entry.Type == CDeviceRecord::Kind::Playlist && !isSent
-            && !std::filesystem::exists(entry.Source, failure)
-            && Session.GetRoot().IsInside(entry.Target)) {
-            lost.push_back(entry.Target);
+            && !std::filesystem::exists(entry.Source, failure)) {
+            const int64_t size = CDeviceRoot::GetFileSize(entry.Target);
+            if (size >= 0 && size != entry.Size) {
+                Report.Leftovers.push_back(Relative(entry.Target)); // somebody else's by now
+            } else if (MayDelete(entry.Target)) {
+                lost.push_back(entry.Target);
+            }
         }
     }
     if (lost.empty()) {
         return;
     }
     Session.GetDevice().Delete(lost);
-    if (!Record.Remove(lost)) {
-        RecordFailed();
-    }
+    std::vector<std::string> gone;
     for (const std::string& path : lost) {
-        Report.Deleted.push_back(Relative(path));
+        if (IsGone(path)) {
+            gone.push_back(path);
+            Report.Deleted.push_back(Relative(path));
+        } else {
+            AddFailure(path, "could not be deleted");
+        }
+    }
+    if (!Record.Remove(gone)) {
+        RecordFailed();
     }
 }
 

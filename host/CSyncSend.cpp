@@ -10,17 +10,26 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 namespace {
+
+constexpr const char* kNoSpace = "not enough space on the device";
 
 CDeviceRecord::CEntry MakeEntry(const CSyncItem& item, const std::string& target) {
     return {CDeviceRecord::Kind::File, target,        item.File->Path, item.File->Size,
             item.File->MTime,          item.MatchKey, item.ChangeKey};
 }
 
-bool IsGone(const std::string& path) {
-    struct stat status {};
-    return lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+/// Writes a file out to its device, so that what it replaces may go.
+bool FlushFile(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool done = fsync(descriptor) == 0;
+    close(descriptor);
+    return done;
 }
 
 } // namespace
@@ -30,41 +39,54 @@ void CSync::RecoverUnderWay() {
     if (!note) {
         return;
     }
-    UnderWay = note->Target;
+    // The name was free before the file was begun, so what stands there now is the host's own,
+    // unless it is more than was on its way.
+    const bool isOurs = CDeviceRoot::GetFileSize(note->Target) <= note->Size;
     if (Options.IsDryRun) {
+        UnderWay = isOurs ? std::optional(note->Target) : std::nullopt;
         return;
     }
-    // The name was free before the file was begun, so what stands there now is the host's own.
-    if (Session.GetRoot().IsInside(note->Target)
-        && (unlink(note->Target.c_str()) == 0 || IsGone(note->Target))) {
+    if (!isOurs
+        || (Session.GetRoot().IsInside(note->Target)
+            && (unlink(note->Target.c_str()) == 0 || IsGone(note->Target)))) {
         Console.Message("An earlier sync was cut short at "
                         + HostPrintable(std::string_view(Relative(note->Target)))
-                        + "; the file is sent again.");
-        if (!Record.EndUnderWay(nullptr) || !Record.Remove({note->Target})) {
+                        + (isOurs ? "; the file is sent again."
+                                  : "; another file stands there now and is left alone."));
+        if (!Record.EndUnderWay(nullptr)) {
             RecordFailed();
         }
     } else {
+        UnderWay = note->Target;
         AddFailure(note->Target, "was cut short by an earlier sync and cannot be removed");
     }
 }
 
+bool CSync::MayDelete(const std::string& path) {
+    if (!Session.GetRoot().IsInside(path)) {
+        AddFailure(path, "is not deleted: its folder leads outside the device");
+        return false;
+    }
+    const std::string folder = path.substr(0, path.rfind('/'));
+    const auto [known, isNew] = LibraryFolders.try_emplace(folder, false);
+    // A library may be mounted into the device, where its real path does not tell.
+    for (std::string above = folder; isNew && !LibraryRoots.empty() && !above.empty();
+         above.erase(above.rfind('/'))) {
+        struct stat status {};
+        known->second = known->second
+                        || (stat(above.c_str(), &status) == 0
+                            && LibraryRoots.contains({status.st_dev, status.st_ino}));
+    }
+    if (known->second) {
+        AddFailure(path, "is not deleted: it belongs to a library");
+    }
+    return !known->second;
+}
+
 void CSync::DeleteFiles() {
     std::vector<std::string> paths;
-    const auto add = [&](const std::string& path) {
-        if (Session.GetRoot().IsInside(path)) {
-            paths.push_back(path);
-        } else {
-            AddFailure(path, "is not deleted: its folder leads outside the device");
-        }
-    };
-    for (const std::string& path : Plan.Deletes) {
-        add(path);
-    }
-    for (const CJob& job : Jobs) {
-        if (!job.Send.Replaces.empty()) {
-            add(job.Send.Replaces);
-        }
-    }
+    std::copy_if(Plan.Deletes.begin(), Plan.Deletes.end(), std::back_inserter(paths),
+                 [this](const std::string& path) { return MayDelete(path); });
     if (paths.empty()) {
         return;
     }
@@ -79,11 +101,9 @@ void CSync::DeleteFiles() {
         RecordFailed();
     }
     std::sort(gone.begin(), gone.end());
-    for (const std::string& path : Plan.Deletes) {
+    for (const std::string& path : paths) {
         if (!std::binary_search(gone.begin(), gone.end(), path)) {
-            if (Session.GetRoot().IsInside(path)) {
-                AddFailure(path, "could not be deleted");
-            }
+            AddFailure(path, "could not be deleted");
         } else if (FindRecord(CDeviceRecord::Kind::Picture, path) == nullptr) {
             Report.Deleted.push_back(Relative(path));
         }
@@ -91,7 +111,7 @@ void CSync::DeleteFiles() {
 }
 
 ExitCode CSync::SendFiles() {
-    Session.GetDevice().GetHost().Progress = [this](int64_t, int64_t) {
+    Session.GetDevice().GetHost().Progress = [](int64_t, int64_t) {
         return CInterrupt::IsRequested();
     };
     for (const CSyncPlan::CKeep& keep : Plan.Keeps) {
@@ -99,6 +119,7 @@ ExitCode CSync::SendFiles() {
             RecordFailed();
         }
     }
+    ExitCode code = kExitDone;
     for (size_t index = 0; index < Jobs.size() && !CInterrupt::IsRequested(); ++index) {
         if (!Session.GetRoot().IsStillThere()) {
             IsDeviceGone = true;
@@ -106,15 +127,21 @@ ExitCode CSync::SendFiles() {
                                            + " files were not sent");
         }
         SendFile(Jobs[index], index + 1);
+        if (IsDeviceFull) {
+            code = Fail(kExitNoSpace, "the device is full; " + std::to_string(Jobs.size() - index)
+                                          + " files were not sent");
+            break;
+        }
     }
-    if (Finished && !Record.EndUnderWay(&*Finished)) {
+    Session.GetDevice().GetHost().Progress = {};
+    if ((Finished && !Record.EndUnderWay(&*Finished)) || !Record.DropAsides(DoneAsides)) {
         RecordFailed();
     }
     if (!Session.GetRoot().IsStillThere()) {
         IsDeviceGone = true;
         return Fail(kExitNoDevice, "the device is gone");
     }
-    return kExitDone;
+    return code;
 }
 
 bool CSync::MaySend(const CJob& job, const std::string& target) {
@@ -127,13 +154,19 @@ bool CSync::MaySend(const CJob& job, const std::string& target) {
         return false;
     }
     FencedFolder = folder;
-    if (!job.Send.Replaces.empty() && !IsGone(job.Send.Replaces)) {
-        AddFailure(item.Path, "its older copy on the device could not be deleted");
+    if (!SetAside(job)) {
         return false;
     }
-    if (!Record.NoteUnderWay(item.Path, target, Finished ? &*Finished : nullptr)) {
+    if (!IsGone(target)) {
+        // Whatever stands under the name of a file under way counts as ours after a kill.
+        AddFailure(item.Path, "its place on the device, " + Relative(target) + ", is taken");
+        PutBackAside();
+        return false;
+    }
+    if (!Record.NoteUnderWay({item.Path, target, item.Size}, Finished ? &*Finished : nullptr)) {
         RecordFailed();
         AddFailure(item.Path, "is not sent without a record");
+        PutBackAside();
         return false;
     }
     Finished.reset();
@@ -159,12 +192,16 @@ void CSync::SendFile(const CJob& job, size_t number) {
     const bool sent = Session.GetDevice().Upload(upload);
     const std::string path = sent ? HostNarrow(upload.GetDevicePath()) : target;
     BytesDone += item.Size;
-    if (!sent || CDeviceRoot::GetFileSize(path) < item.Size) {
+    if (!sent || CDeviceRoot::GetFileSize(path) < item.Size || (Aside && !FlushFile(path))) {
         // A full or failing device may have taken every write and kept less.
         GiveUp(job, path, sent ? "arrived cut short" : "");
         return;
     }
     Finished = MakeEntry(*job.Send.Item, path);
+    if (Aside) {
+        EndReplacement(*Finished);
+        Finished.reset();
+    }
     NotePicture(picture);
     OnDevice[&item] = path;
     Report.Sent.push_back({item.Path, Relative(path), item.Size, !job.Send.Replaces.empty()});
@@ -172,15 +209,21 @@ void CSync::SendFile(const CJob& job, size_t number) {
 }
 
 void CSync::GiveUp(const CJob& job, const std::string& path, const std::string& cause) {
-    if (!CInterrupt::IsRequested()) {
-        AddFailure(job.Send.Item->File->Path,
-                   cause.empty() ? FindCause(*job.Send.Item->File) : cause);
-    }
+    const CLibraryItem& item = *job.Send.Item->File;
     if (!Session.GetRoot().IsStillThere()) {
-        return; // the note stays: what is left on the device goes when it comes back
+        // The notes stay: what is left on the device is set right when it comes back.
+        AddFailure(item.Path, FindCause(item));
+        Aside.reset();
+        return;
     }
     if (Session.GetRoot().IsInside(path)) {
         unlink(path.c_str());
+    }
+    if (!CInterrupt::IsRequested()) {
+        const std::string found = FindCause(item);
+        const bool isLost = Aside && IsGone(Aside->Temporary);
+        AddFailure(item.Path, (IsDeviceFull || cause.empty() ? found : cause)
+                                  + (isLost ? "; its older copy had gone to make room" : ""));
     }
     // What cannot be taken away now is entered in a state that every later sync replaces.
     CDeviceRecord::CEntry rest = MakeEntry(*job.Send.Item, path);
@@ -188,9 +231,10 @@ void CSync::GiveUp(const CJob& job, const std::string& path, const std::string& 
     if (!Record.EndUnderWay(IsGone(path) ? nullptr : &rest)) {
         RecordFailed();
     }
+    PutBackAside();
 }
 
-std::string CSync::FindCause(const CLibraryItem& item) const {
+std::string CSync::FindCause(const CLibraryItem& item) {
     const CDeviceRoot& root = Session.GetRoot();
     if (!root.IsStillThere()) {
         return "the device is gone";
@@ -204,11 +248,9 @@ std::string CSync::FindCause(const CLibraryItem& item) const {
     if (!root.IsWritable(error)) {
         return "the device " + error;
     }
-    uint64_t total = 0;
-    uint64_t available = 0;
-    if (Session.GetDevice().GetSpace(total, available)
-        && available < static_cast<uint64_t>(item.Size)) {
-        return "not enough space on the device";
+    if (LacksSpace(item.Size)) {
+        IsDeviceFull = true;
+        return kNoSpace;
     }
     if (CDeviceRoot::GetFileSize(item.Path) == 0) {
         return "is empty";
@@ -216,13 +258,23 @@ std::string CSync::FindCause(const CLibraryItem& item) const {
     return "could not be read or written to its end";
 }
 
+bool CSync::LacksSpace(int64_t bytes) {
+    uint64_t total = 0;
+    uint64_t available = 0;
+    const int64_t blocks = (bytes + BlockSize - 1) / BlockSize;
+    return Session.GetDevice().GetSpace(total, available)
+           && available < static_cast<uint64_t>(blocks * BlockSize);
+}
+
 void CSync::NotePicture(const std::string& path) {
     bool& isKnown = Pictures[path];
-    if (isKnown || CDeviceRoot::GetFileSize(path) < 0) {
+    const int64_t size = CDeviceRoot::GetFileSize(path);
+    if (isKnown || size < 0) {
         return;
     }
     isKnown = true;
-    if (!Record.Put({CDeviceRecord::Kind::Picture, path, {}, 0, 0, {}, {}})) {
+    HasNewPictures = true;
+    if (!Record.Put({CDeviceRecord::Kind::Picture, path, {}, size, 0, {}, {}})) {
         RecordFailed();
     }
 }

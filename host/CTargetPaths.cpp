@@ -177,7 +177,9 @@ void CTargetPaths::NumberName(CTarget& target,
                               const std::function<bool(const std::wstring&)>& isFree) {
     const std::wstring folder(HostFolder(target.Name));
     const std::wstring name(HostName(target.Name));
-    for (int number = 1; !isFree(target.GetPath()); ++number) {
+    // A device that answers with nothing but errors has no free name; the upload then says so.
+    constexpr int kMostNumbers = 100000;
+    for (int number = 1; number <= kMostNumbers && !isFree(target.GetPath()); ++number) {
         const std::wstring suffix = L" (" + std::to_wstring(number) + L")";
         const size_t room =
             CPathCleaner::kLongestName - ByteCount(target.Extension) - 1 - suffix.size();

@@ -42,13 +42,17 @@ bool IsPlain(CHARACTER ch) {
     return ch >= 0x20 && ch < 0x7F;
 }
 
-/// Puts the plain characters at the start of `text` into `out`, which has room for all of it; their
-/// number.
+/// Puts the plain characters at the start of `text` into `out`, which gets room for all of it;
+/// their number.
 size_t TakePlain(std::wstring_view text, std::string& out) {
-    const auto end = std::find_if_not(text.begin(), text.end(), IsPlain<wchar_t>);
-    out.reserve(text.size());
-    out.assign(text.begin(), end);
-    return static_cast<size_t>(end - text.begin());
+    out.resize(text.size());
+    size_t count = 0;
+    while (count < text.size() && IsPlain(text[count])) {
+        out[count] = static_cast<char>(text[count]);
+        ++count;
+    }
+    out.resize(count);
+    return count;
 }
 
 bool IsUnicode(wchar_t ch) {

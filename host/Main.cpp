@@ -2,14 +2,18 @@
 #include "host/CDemo.h"
 #include "host/CDeviceCommands.h"
 #include "host/CInterrupt.h"
+#include "host/CPlaylistReader.h"
 #include "host/CSync.h"
+#include "host/HostText.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -54,19 +58,56 @@ public:
         try {
             App.parse(count, arguments);
         } catch (const CLI::ParseError& error) {
-            // The library's own codes mean nothing here; help and version are no errors.
-            return App.exit(error) == 0 ? kExitDone : kExitUsage;
+            return Explain(error, {arguments + 1, arguments + count});
         }
         CConsole console(Arguments.Quiet, Arguments.JSON);
         const ExitCode code = Chosen(console);
-        if (!console.Finish() && code == kExitDone) {
-            console.Error("standard output could not be written");
-            return kExitFailure;
-        }
-        return code;
+        return End(console, code);
     }
 
 private:
+    static int End(CConsole& console, ExitCode code) {
+        return !console.Finish() && code == kExitDone ? kExitFailure : code;
+    }
+
+    /// Prints the help or version that was asked for, or what is wrong with the command line. What
+    /// the options say is not settled then, so --json is looked for in the words themselves.
+    int Explain(const CLI::ParseError& error, const std::vector<std::string>& words) {
+        CConsole console(false, std::find(words.begin(), words.end(), "--json") != words.end());
+        std::ostringstream help;
+        std::ostringstream complaint;
+        // The library's own codes mean nothing here; help and version are no errors.
+        if (App.exit(error, help, complaint) == 0) {
+            console.Write(help.str());
+            return End(console, kExitDone);
+        }
+        const std::vector<CLI::App*> commands = App.get_subcommands();
+        const auto name = std::find_if(words.begin(), words.end(),
+                                       [](const auto& word) { return !word.starts_with('-'); });
+        const std::string text = DescribeError(error, commands.empty());
+        console.Error(HostPrintable(std::string_view(text)));
+        console.Message("Run with --help for more information.");
+        CDeviceCommands::WriteFailure(console,
+                                      !commands.empty()     ? commands.front()->get_name()
+                                      : name != words.end() ? *name
+                                                            : std::string(),
+                                      text, kExitUsage);
+        return End(console, kExitUsage);
+    }
+
+    /// The library tells of what is missing before it tells of what it does not know; a word that
+    /// was mistyped is most often the reason of both.
+    std::string DescribeError(const CLI::ParseError& error, bool noCommand) const {
+        const std::vector<std::string> unknown = App.remaining(true);
+        if (unknown.empty() || dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+            return error.what();
+        }
+        if (noCommand && !unknown.front().starts_with('-')) {
+            return "there is no command named " + unknown.front();
+        }
+        return "not understood: " + CLI::detail::join(unknown, " ") + "; " + error.what();
+    }
+
     CLI::App* AddCommand(const char* name, const char* description, CCommand command) {
         CLI::App* added = App.add_subcommand(name, description);
         added->add_flag("-q,--quiet", Arguments.Quiet, "Print the result and nothing else");
@@ -111,7 +152,10 @@ private:
             ->type_name("DIR");
         sync->add_option("-p,--playlist", Arguments.Sync.Playlists,
                          "m3u or m3u8 file of the library to send as a playlist")
-            ->check(CLI::ExistingFile)
+            ->check([](const std::string& path) {
+                const std::string problem = CPlaylistReader::FindProblem(path);
+                return problem.empty() ? problem : path + ": " + problem;
+            })
             ->type_name("FILE");
         sync->add_option("--set", Arguments.Sync.Settings, "Override a device property")
             ->type_name("KEY=VALUE")
@@ -197,6 +241,7 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
+    CConsole::ClaimOutput();
     CInterrupt::Install();
     try {
         return CCommandLine().Run(argc, argv);

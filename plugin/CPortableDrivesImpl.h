@@ -23,7 +23,7 @@ public:
 
 private:
     CPortableDriveBase* Drive = nullptr;
-    int32_t Ownership = 1; ///< 1: one object, owned
+    [[maybe_unused]] int32_t Ownership = 1; ///< 1: one object, owned
 };
 
 /// The handheld object that the host holds for one device: owner of its property record and of the

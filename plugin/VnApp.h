@@ -73,8 +73,8 @@ private:
     uintptr_t ModuleHandle = 0;
     int32_t StartArgument = 0;
     VnStringArray FirstTexts;
-    int64_t FirstValue = 0;
-    int64_t SecondValue = 0;
+    [[maybe_unused]] int64_t FirstValue = 0;
+    [[maybe_unused]] int64_t SecondValue = 0;
     int32_t ExitCode = 0;
     VnStringUniqueList<VnString, false> Names;
     std::atomic<int32_t> AttachCount{0};

@@ -208,14 +208,18 @@ bool VnXMLDocument::SetAttribute(int32_t index, const wchar_t* name, const wchar
                                           | VnString::kEscapeControlAsMark;
     VnString escaped(value);
     escaped.EscapeXML(kAttributeEscapes);
-    const VnString quoted = L"\"" + escaped + L"\"";
     const CAttribute found = FindAttribute(scanStart, name, 0);
+    VnString text;
     if (!found.Found) {
-        ReplaceInTag(index, found.End, 0, L" " + VnString(name) + L"=" + quoted);
-    } else if (!found.HasValue) {
-        ReplaceInTag(index, found.End, 0, L"=" + quoted);
+        text.Append(L" ", 1, name, -1, L"=\"", 2, escaped, escaped.GetLength());
     } else {
-        ReplaceInTag(index, found.ValueStart, found.End - found.ValueStart, quoted);
+        text.Append(found.HasValue ? L"\"" : L"=\"", -1, escaped, escaped.GetLength());
+    }
+    text.Append(L"\"", 1);
+    if (found.Found && found.HasValue) {
+        ReplaceInTag(index, found.ValueStart, found.End - found.ValueStart, text);
+    } else {
+        ReplaceInTag(index, found.End, 0, text);
     }
     return true;
 }

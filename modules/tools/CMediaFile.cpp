@@ -5,7 +5,6 @@
 
 #include <taglib/id3v2tag.h>
 #include <taglib/mpegfile.h>
-#include <taglib/mpegproperties.h>
 #include <taglib/popularimeterframe.h>
 #include <taglib/textidentificationframe.h>
 
@@ -200,19 +199,16 @@ VnString CMediaFile::ReadTagField(MediaField field, const wchar_t* name) {
 
 VnString CMediaFile::ReadAudioField(MediaField field) {
     OpenTags();
-    const TagLib::AudioProperties* audio = GetAudio();
-    if (audio == nullptr) {
-        return VnString();
-    }
+    const MediaAudio& audio = GetAudio();
     switch (field) {
     case MediaField::Duration:
-        return FromNumber((audio->lengthInMilliseconds() + 500) / 1000);
+        return FromNumber((audio.Length + 500) / 1000);
     case MediaField::Bitrate:
-        return FromNumber(audio->bitrate());
+        return FromNumber(audio.Bitrate);
     case MediaField::SampleRate:
-        return FromNumber(audio->sampleRate());
+        return FromNumber(audio.SampleRate);
     default:
-        return FromNumber(audio->channels());
+        return FromNumber(audio.Channels);
     }
 }
 
@@ -306,16 +302,12 @@ void CMediaFile::OpenTags() {
     }
 }
 
-const TagLib::AudioProperties* CMediaFile::GetAudio() {
-    if (!File) {
-        return nullptr;
-    }
-    if (FrameTag != nullptr && !AudioRead) {
+const MediaAudio& CMediaFile::GetAudio() {
+    if (!AudioRead && File) {
         AudioRead = true;
-        OwnAudio = std::make_unique<TagLib::MPEG::Properties>(
-            static_cast<TagLib::MPEG::File*>(File.get()), TagLib::AudioProperties::Average);
+        Audio = ReadMediaAudio(*File);
     }
-    return OwnAudio ? OwnAudio.get() : File->audioProperties();
+    return Audio;
 }
 
 const TagLib::PropertyMap& CMediaFile::GetProperties() {

@@ -2,6 +2,7 @@
 
 #include "core/VnString.h"
 #include "modules/tools/CTagStream.h"
+#include "modules/tools/MediaAudio.h"
 
 #include <taglib/tag.h>
 #include <taglib/tfile.h>
@@ -74,7 +75,7 @@ private:
     void OpenTags();
     void MakeFile();
     void MakeOggFile();
-    const TagLib::AudioProperties* GetAudio();
+    const MediaAudio& GetAudio();
     const TagLib::PropertyMap& GetProperties();
     TagLib::String GetFrame(const char* id) const;
     VnString GetText(const char* frame, const char* property);
@@ -87,6 +88,6 @@ private:
     TagLib::ID3v2::Tag* FrameTag =
         nullptr; ///< of an MPEG file, owned by File; null for other kinds
     bool AudioRead = false;
-    std::unique_ptr<TagLib::AudioProperties> OwnAudio; ///< of an MPEG file, made on demand
+    MediaAudio Audio; ///< of any kind of file, read on demand
     std::unique_ptr<TagLib::PropertyMap> Properties;
 };

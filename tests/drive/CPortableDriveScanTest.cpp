@@ -3,6 +3,8 @@
 #include "tests/support/FakeHandheld.h"
 #include "tests/support/SampleMedia.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 using Names = std::vector<std::string>;
@@ -110,6 +112,13 @@ TEST_F(ScanTest, DamagedDatabasesAreRebuilt) {
     }
 }
 
+TEST_F(ScanTest, APipeInThePlaceOfTheDatabaseIsPassedOver) {
+    Start();
+    Device.Write("a.mp3", "x");
+    ASSERT_EQ(mkfifo((Device / ".Database.mpl").c_str(), 0600), 0);
+    EXPECT_EQ(Scan(), Names{"a.mp3"});
+}
+
 TEST_F(ScanTest, RecordsShareAKeyInAnyLetterCase) {
     Start();
     Device.Write("A.mp3", "x");
@@ -118,6 +127,57 @@ TEST_F(ScanTest, RecordsShareAKeyInAnyLetterCase) {
     Scan(list);
     ASSERT_EQ(list.Items.size(), 1U);
     EXPECT_EQ(list.Items[0]->Fields[L"Name"], L"second");
+}
+
+struct SpellingCase {
+    const char* File;
+    const char* Stored; ///< the file's name in its record
+};
+
+TEST_F(ScanTest, KnowsARecordHoweverItSpellsTheName) {
+    constexpr SpellingCase kRows[] = {
+        {"a.mp3", "a.mp3"},
+        {"B.mp3", "b.MP3"},
+        {"c & d.mp3", "c &amp; d.mp3"},
+        {"e&amp;.mp3", "e&amp;amp;.mp3"},
+        {"\xC3\xA4.mp3", "\xC3\xA4.mp3"},
+        {"\xC3\x96.mp3", "\xC3\xB6.mp3"},
+        {"f'.mp3", "f&apos;.mp3"},
+    };
+    std::string items;
+    for (const SpellingCase& row : kRows) {
+        Device.Write(row.File, "x");
+        items += Record(row.Stored, "kept");
+    }
+    for (const SpellingCase& row : kRows) {
+        // Alone and among the others: what one record needs must not hide the rest.
+        for (const std::string& text : {Record(row.Stored, "kept"), items}) {
+            Start();
+            WriteDatabase(text);
+            FakeList list;
+            Scan(list);
+            const auto kept =
+                std::count_if(list.Items.begin(), list.Items.end(),
+                              [](const auto& item) { return item->Fields[L"Name"] == L"kept"; });
+            EXPECT_EQ(kept, text == items ? std::ssize(kRows) : 1) << row.File;
+        }
+    }
+}
+
+TEST_F(ScanTest, KeepsAllRecordsWhenOneIsAdded) {
+    Start();
+    Device.Write("a.mp3", "x");
+    Device.Write("b.mp3", "x");
+    WriteDatabase(Record("a.mp3", "first") + Record("b.mp3", "second"));
+    Scan();
+    Device.Write("aa.mp3", MakeMp3({{"TIT2", "added"}}));
+    EXPECT_EQ(NameOf("aa.mp3"), "added");
+    Start();
+    EXPECT_EQ(NameOf("a.mp3"), "first");
+    EXPECT_EQ(NameOf("b.mp3"), "second");
+    Run(kCommandEndSync);
+    EXPECT_NE(Database().find("second"), std::string::npos);
+    EXPECT_NE(Database().find("added"), std::string::npos);
 }
 
 TEST_F(ScanTest, SearchesTheConfiguredFolders) {

@@ -242,6 +242,16 @@ TEST(VnFileScanner, ModeBitsExcludeEntries) {
     EXPECT_EQ(Scanned(tree.Folder, scanner), (Names{"A.MP3", "sub-b.mp3", "sub.mp3"}));
 }
 
+TEST(VnFileScanner, ListsTheSameWithoutSizes) {
+    const SampleTree tree;
+    VnFileScanner summing(Root(tree.Folder), L"", true);
+    VnFileScanner plain(Root(tree.Folder), L"", true);
+    plain.SetSumSizes(false);
+    EXPECT_EQ(Scanned(tree.Folder, plain), Scanned(tree.Folder, summing));
+    EXPECT_GT(summing.GetTotalSize(), 0);
+    EXPECT_EQ(plain.GetTotalSize(), 0);
+}
+
 TEST(VnFileScanner, LinksAreFollowedButNoDirectoryIsItsOwnDescendant) {
     const TestFolder folder;
     folder.Write("a/one.mp3", "1");

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -106,6 +107,39 @@ TEST_F(CommandLineTest, TellsWrongUsageFromHelp) {
     EXPECT_EQ(Run({"--version"}), 0);
 }
 
+TEST_F(CommandLineTest, NamesWhatItDoesNotUnderstand) {
+    struct Row {
+        std::vector<std::string> Arguments;
+        const char* Command;
+        const char* Error; ///< part of it
+    };
+    const Row kRows[] = {
+        {{"bogus"}, "bogus", "bogus"},
+        {{"sync", "--bogus"}, "sync", "--bogus"},
+        {{"sync"}, "sync", "--library is required"},
+        {{"scan"}, "scan", "--device is required"},
+        {{"menu", "-d", "DEV", "--run", "x"}, "menu", "--run"},
+        {{"menu", "-d", "DEV", "../..", "--run", "105"}, "menu", "leads outside the device"},
+        {{"menu", "-d", "DEV", "out/Music"}, "menu", "leads outside the device"},
+        {{"demo"}, "demo", "--json"},
+        {{"sync", "-l", "LIB", "-d", "DEV", "-p", Folder / "fifo.m3u"}, "sync", "no regular file"},
+        {{"sync", "-l", "LIB", "-d", "DEV", "-p", Folder / "picture.jpg"}, "sync", "no m3u"},
+    };
+    ASSERT_EQ(mkfifo((Folder / "fifo.m3u").c_str(), 0600), 0);
+    Folder.Write("picture.jpg", CSampleMedia::MakeJPEG());
+    fs::create_directory_symlink(Folder / "lib", Folder / "dev/out");
+    for (Row row : kRows) {
+        SCOPED_TRACE(testing::PrintToString(row.Arguments));
+        row.Arguments.emplace_back("--json");
+        EXPECT_EQ(Run(row.Arguments), 2);
+        ASSERT_TRUE(Document().is_object()) << Out;
+        EXPECT_EQ(Document().value("exitCode", 0), 2);
+        EXPECT_EQ(Document().value("command", ""), row.Command);
+        EXPECT_THAT(Document().value("error", ""), HasSubstr(row.Error));
+        EXPECT_THAT(Err, HasSubstr(row.Error));
+    }
+}
+
 TEST_F(CommandLineTest, NamesAMissingDevice) {
     for (const char* command : {"scan", "playlists", "space", "menu", "rebuild"}) {
         EXPECT_EQ(Run({command, "--device", Folder / "none"}), 3) << command;
@@ -183,6 +217,47 @@ TEST_F(CommandLineTest, AsksBeforeItRebuildsFromTheMenu) {
     EXPECT_FALSE(Folder.Exists("dev/Playlists/list.m3u"));
 }
 
+TEST_F(CommandLineTest, ShowsWhereAPlaceOnTheDeviceIs) {
+    fs::create_directory(Folder / "dev/Music");
+    for (const std::string& place :
+         {std::string("Music"), std::string("/Music/"), Folder / "dev/Music"}) {
+        EXPECT_EQ(Run({"menu", "-d", "DEV", place, "--run", "105"}), 0) << place;
+        EXPECT_EQ(Out, Folder / "dev/Music\n") << place;
+    }
+    EXPECT_EQ(Run({"menu", "-d", "DEV", "Music", "--run", "105", "--json"}), 0);
+    EXPECT_EQ(Document().value("path", ""), Folder / "dev/Music") << Out;
+}
+
+TEST_F(CommandLineTest, TellsThatTheDatabaseCouldNotBeSaved) {
+    fs::create_directory(Folder / "dev/.Database.mpl");
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"sync", "-l", "LIB", "-d", "DEV", "--json"},
+          {"rebuild", "-d", "DEV", "--json"}}) {
+        EXPECT_EQ(Run(arguments), 1) << arguments[0];
+        EXPECT_EQ(Document().value("exitCode", 0), 1) << arguments[0] << Out;
+        EXPECT_THAT(Err, HasSubstr(Folder / "dev/.Database.mpl")) << arguments[0];
+        EXPECT_THAT(Err, testing::Not(HasSubstr("may be removed"))) << arguments[0];
+    }
+    // A device of 64 KB in a name space of its own, full to the last byte.
+    const std::string setUp = "mount -t tmpfs -o size=64k none '" + Folder / "full" + "' && cd '"
+                              + Folder / "full" + "' && mkdir Data && echo x > Data/a.bin && ";
+    const auto runFull = [&](const std::string& command) {
+        return Run({"-rm", "/bin/sh", "-c", setUp + command}, "/usr/bin/unshare");
+    };
+    fs::create_directory(Folder / "full");
+    if (runFull("true") != 0) {
+        GTEST_SKIP() << "no name space to mount a small device in: " << Err;
+    }
+    const std::string fill = "{ cat /dev/zero > fill 2>/dev/null; '" + kProgram + "' ";
+    for (const std::string& command :
+         {std::string("rebuild -d ."), "sync -d . -l '" + Folder / "lib'"}) {
+        EXPECT_EQ(runFull(fill + command + "; }"), 4) << command << Err;
+        EXPECT_THAT(Err, HasSubstr("/full/.Database.mpl")) << command;
+        EXPECT_THAT(Err, HasSubstr("the device is full")) << command;
+        EXPECT_THAT(Err, testing::Not(HasSubstr("may be removed"))) << command;
+    }
+}
+
 TEST_F(CommandLineTest, DeletesByNameAndKeepsTheRestInTheDatabase) {
     Song("1.mp3", L"One");
     Song("2.mp3", L"Two");
@@ -193,6 +268,9 @@ TEST_F(CommandLineTest, DeletesByNameAndKeepsTheRestInTheDatabase) {
     EXPECT_THAT(Folder.Read("dev/.Database.mpl"), HasSubstr("2.mp3"));
     EXPECT_EQ(Run({"delete", "-d", "DEV", "../victim.mp3", Folder / "victim.mp3"}), 6);
     EXPECT_TRUE(Folder.Exists("victim.mp3"));
+    EXPECT_EQ(Run({"delete", "-d", "DEV", ".Database.mpl"}), 6);
+    EXPECT_THAT(Err, HasSubstr("the device's database"));
+    EXPECT_TRUE(Folder.Exists("dev/.Database.mpl"));
     EXPECT_EQ(Run({"sync", "-l", "LIB", "-d", "DEV", "--json"}), 0);
     EXPECT_EQ(Document()["sent"].size(), 1U) << "what the user deleted is missing and comes again";
 }
@@ -239,10 +317,20 @@ TEST_F(CommandLineTest, EndsPlainlyWithoutItsModules) {
     fs::copy_file(modules + "libVnPortableDrives.so", Folder / "bin/libVnPortableDrives.so");
     EXPECT_EQ(Run({"sync", "-l", "LIB", "-d", "DEV"}, program), 1);
     EXPECT_THAT(Err, HasSubstr("tools module"));
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"sync", "-l", "LIB", "-d", "DEV", "--json"},
+          {"scan", "-d", "DEV", "--json"},
+          {"register", "--json"}}) {
+        EXPECT_EQ(Run(arguments, program), 1) << arguments[0];
+        EXPECT_EQ(Document().value("exitCode", 0), 1) << "nothing but the document: " << Out;
+        EXPECT_THAT(Err, HasSubstr("libVnTools.so")) << arguments[0];
+    }
     fs::copy_file(modules + "libVnTools.so", Folder / "bin/libVnTools.so");
-    EXPECT_EQ(Run({"sync", "-l", "LIB", "-d", "DEV"}, program), 6)
+    EXPECT_EQ(Run({"sync", "-l", "LIB", "-d", "DEV"}, program), 1)
         << "without the reader no file can be sent";
-    EXPECT_THAT(Err, HasSubstr("1.mp3"));
+    EXPECT_THAT(Err, HasSubstr("the reader module libVnReader.so"));
+    EXPECT_EQ(Run({"scan", "-d", "DEV", "--json"}, program), 0) << "a scan needs no reader";
+    EXPECT_TRUE(Document().is_object()) << Out;
     fs::copy_file(modules + "libVnReader.so", Folder / "bin/libVnReader.so");
     EXPECT_EQ(Run({"sync", "-l", "LIB", "-d", "DEV"}, program), 0) << Err;
 }

@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -129,6 +130,18 @@ TEST(DeviceProperties, TakesOverridesOfEveryKeyButThePlace) {
     }
 }
 
+TEST(DeviceProperties, NamesTheKeysThatNobodyLooksAt) {
+    CDeviceProperties properties(L"/m/CARD/", L"CARD");
+    std::string error;
+    for (const char* setting : {"playlistformat=6", "DisplayName=x", "audiosearchpath=x",
+                                "SaveVideoThumbnailToFileJPG=1", "Bogus=1", "AudioBasePaths=x"}) {
+        EXPECT_TRUE(properties.Override(setting, error)) << setting;
+    }
+    EXPECT_EQ(properties.GetUnknownKeys(),
+              (std::vector<std::wstring>{L"Bogus", L"AudioBasePaths"}));
+    EXPECT_EQ(properties.Get(L"Bogus"), L"1");
+}
+
 TEST(DeviceProperties, MakesBasePathsAsTheDriveDoes) {
     struct Row {
         const char* Value;
@@ -202,10 +215,10 @@ TEST(DeviceRecord, RemembersPerDevice) {
     {
         CDeviceRecord record;
         ASSERT_TRUE(record.Open(base, "/d/", error)) << error;
-        EXPECT_TRUE(record.NoteUnderWay("/l/a.mp3", "/d/a\xFF.mp3"));
+        EXPECT_TRUE(record.NoteUnderWay({"/l/a.mp3", "/d/a\xFF.mp3", 5}));
         EXPECT_TRUE(record.EndUnderWay(&entry));
         EXPECT_FALSE(record.GetUnderWay().has_value());
-        EXPECT_TRUE(record.NoteUnderWay("/l/b.mp3", "/d/b.mp3"));
+        EXPECT_TRUE(record.NoteUnderWay({"/l/b.mp3", "/d/b.mp3", 6}));
         CDeviceRecord second;
         EXPECT_FALSE(second.Open(base, "/d/", error)) << "one process a device";
         EXPECT_EQ(error, "another tonehall is working on this device");

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <array>
 #include <string>
 #include <vector>
@@ -83,7 +85,17 @@ TEST(PlaylistReader, NamesAListThatCannotBeRead) {
     EXPECT_FALSE(CPlaylistReader::Read(folder / "none.m3u", result, error));
     EXPECT_FALSE(error.empty());
     EXPECT_FALSE(CPlaylistReader::Read(folder.Path().string(), result, error));
-    EXPECT_TRUE(CPlaylistReader::Read(folder.Write("empty.m3u", ""), result, error));
+    EXPECT_FALSE(CPlaylistReader::Read(folder.Write("list.jpg", "a.mp3\n"), result, error));
+    EXPECT_FALSE(CPlaylistReader::Read(folder.Write("noext", "a.mp3\n"), result, error));
+    EXPECT_FALSE(CPlaylistReader::Read(folder.Write("noise.m3u", std::string("\x7F\0\n", 3)),
+                                       result, error));
+    EXPECT_EQ(error, "is no playlist: it has NUL bytes");
+    ASSERT_EQ(mkfifo((folder / "fifo.m3u").c_str(), 0600), 0);
+    EXPECT_FALSE(CPlaylistReader::Read(folder / "fifo.m3u", result, error));
+    EXPECT_EQ(error, "is no regular file");
+    EXPECT_TRUE(result.Missing.empty());
+    EXPECT_TRUE(CPlaylistReader::Read(folder.Write("empty.m3u", ""), result, error)) << error;
+    EXPECT_TRUE(CPlaylistReader::Read(folder.Write("UPPER.M3U8", ""), result, error)) << error;
 }
 
 TEST(PlaylistWriter, WritesEveryForm) {

@@ -49,7 +49,7 @@ protected:
     }
 
     void Picture(const std::string& path) {
-        Input.Records.push_back({CDeviceRecord::Kind::Picture, path, {}, 0, 0, {}, {}});
+        Input.Records.push_back({CDeviceRecord::Kind::Picture, path, {}, 10, 0, {}, {}});
         OnDevice(path, "picture");
     }
 

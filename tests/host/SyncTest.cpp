@@ -95,6 +95,13 @@ protected:
         return print;
     }
 
+    /// What a sync that is killed leaves in the record.
+    CDeviceRecord& OpenRecord(CDeviceRecord& record) const {
+        std::string error;
+        EXPECT_TRUE(record.Open(CSession::GetDataFolder(), Folder / "dev/", error)) << error;
+        return record;
+    }
+
     TestFolder Folder;
     CSyncOptions Options;
     ExitCode Code = kExitDone;
@@ -300,8 +307,9 @@ TEST_F(SyncTest, FinishesTheWorkOfASyncThatWasKilled) {
         CDeviceRecord record;
         std::string error;
         ASSERT_TRUE(record.Open(CSession::GetDataFolder(), Folder / "dev/", error)) << error;
-        ASSERT_TRUE(record.Remove({target}));
-        ASSERT_TRUE(record.NoteUnderWay(Folder / "lib/2.mp3", target));
+        ASSERT_TRUE(record.Remove(std::vector<std::string>{target}));
+        ASSERT_TRUE(record.NoteUnderWay(
+            {Folder / "lib/2.mp3", target, CDeviceRoot::GetFileSize(Folder / "lib/2.mp3")}));
     }
     const std::string whole = Folder.Read("lib/2.mp3");
     Folder.Write("dev/Music/Artist/Album/2.mp3",
@@ -437,15 +445,18 @@ TEST_F(SyncTest, PutsOnePictureIntoEachFolder) {
         ASSERT_TRUE(CSampleMedia::WriteTags(
             Folder.Write(std::string("lib/") + name, CSampleMedia::MakeFLAC()), tags));
     }
+    tags.Artist = L"Three";
+    ASSERT_TRUE(CSampleMedia::WriteTags(Folder.Write("lib/b3.mp3", CSampleMedia::MakeMP3()), tags));
     Sync();
     EXPECT_EQ(Folder.Read("dev/Music/One/Album/Folder.jpg"), CSampleMedia::MakeJPEG());
     EXPECT_EQ(Folder.Read("dev/Music/Two/Album/Folder.jpg"), tags.Picture);
-    EXPECT_EQ(Device().size(), 5U);
+    EXPECT_EQ(Folder.Read("dev/Music/Three/Album/Folder.jpg"), tags.Picture);
+    EXPECT_EQ(Device().size(), 7U);
     Options.Settings = {"AlbumArtEnabled=0"};
-    Song("c.mp3", L"Three");
+    Song("c.mp3", L"Four");
     Folder.Write("lib/cover.jpg", CSampleMedia::MakeJPEG());
     Sync();
-    EXPECT_FALSE(Folder.Exists("dev/Music/Three/Album/Folder.jpg"));
+    EXPECT_FALSE(Folder.Exists("dev/Music/Four/Album/Folder.jpg"));
 }
 
 TEST_F(SyncTest, PassesOverBadFilesAndGoesOn) {
@@ -501,4 +512,181 @@ TEST_F(SyncTest, NamesAFileThatCannotBeSent) {
     fs::remove(Folder / "dev/Music/One");
     EXPECT_EQ(Sync().Sent.size(), 1U) << "a later sync finishes the work";
     EXPECT_EQ(Code, kExitDone);
+}
+
+TEST_F(SyncTest, KeepsTheOlderCopyWhenItsSuccessorCannotBeSent) {
+    Song("1.mp3", L"One");
+    Song("2.mp3", L"Two");
+    Sync();
+    const std::string old = Folder.Read("dev/Music/One/Album/1.mp3");
+    Song("1.mp3", L"Three");
+    Song("2.mp3", L"Two", L"Album", L"Another title");
+    Folder.Write("dev/Music/Three", "a file where a folder has to go");
+    const CSyncReport report = Sync();
+    EXPECT_EQ(Code, kExitSomeFailed);
+    EXPECT_EQ(report.Failed.size(), 1U);
+    EXPECT_EQ(report.Sent.size(), 1U);
+    EXPECT_EQ(Folder.Read("dev/Music/One/Album/1.mp3"), old);
+    EXPECT_THAT(Device(),
+                ElementsAre("Music/One/Album/1.mp3", "Music/Three", "Music/Two/Album/2.mp3"));
+    fs::remove(Folder / "dev/Music/Three");
+    EXPECT_EQ(Sync().Sent.size(), 1U);
+    EXPECT_THAT(Device(), ElementsAre("Music/Three/Album/1.mp3", "Music/Two/Album/2.mp3"));
+    EXPECT_FALSE(Folder.Exists("dev/Music/One"));
+    EXPECT_EQ(RecordCount(), 2U);
+}
+
+TEST_F(SyncTest, RenewsTheRecordsOfWhatItReplaces) {
+    Song("1.mp3", L"Artist", L"Album", L"Old title");
+    Sync();
+    Song("1.mp3", L"Artist", L"Album", L"New title");
+    Sync();
+    EXPECT_THAT(Folder.Read("dev/.Database.mpl"), HasSubstr("New title"));
+    EXPECT_EQ(RecordCount(), 1U);
+}
+
+TEST_F(SyncTest, PutsTheOlderCopyBackAfterAKill) {
+    const std::string place = "dev/Music/Artist/Album/1.mp3";
+    const std::string aside = "dev/Music/Artist/Album/.1.mp3.old";
+    struct Row {
+        const char* Name;
+        bool IsMoved;      ///< the older copy is aside
+        const char* There; ///< what stands at its place then; null for nothing
+        bool IsUnderWay;   ///< the new one is noted
+        bool IsReplaced;   ///< the new one is entered
+    };
+    constexpr Row kRows[] = {
+        {"noted, not moved", false, nullptr, false, false},
+        {"moved", true, nullptr, false, false},
+        {"an empty file stands in", true, "", false, false},
+        {"about to be sent", true, nullptr, true, false},
+        {"cut short", true, "half", true, false},
+        {"entered, the older one not yet deleted", true, "the new copy", true, true},
+    };
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.Name);
+        Song("1.mp3");
+        Sync();
+        const std::string old = Folder.Read(place);
+        {
+            CDeviceRecord record;
+            OpenRecord(record);
+            std::vector<CDeviceRecord::CEntry> entries;
+            ASSERT_TRUE(record.Load(entries));
+            const CDeviceRecord::CAside note{Folder / aside, Folder / place};
+            ASSERT_TRUE(record.NoteAside({note}));
+            if (row.IsUnderWay) {
+                ASSERT_TRUE(record.NoteUnderWay({Folder / "lib/1.mp3", Folder / place, 100}));
+            }
+            if (row.IsReplaced) {
+                entries.front().Size = 12;
+                ASSERT_TRUE(record.EndReplacement(entries.front(), note));
+            }
+        }
+        if (row.IsMoved) {
+            fs::rename(Folder / place, Folder / aside);
+        }
+        if (row.There != nullptr) {
+            Folder.Write(place, row.There);
+        }
+        fs::remove(Folder / "lib/1.mp3");
+        EXPECT_EQ(Sync().Leftovers.size(), 1U);
+        EXPECT_EQ(Code, kExitDone);
+        EXPECT_EQ(Folder.Read(place), row.IsReplaced ? row.There : old);
+        EXPECT_THAT(Device(), ElementsAre("Music/Artist/Album/1.mp3"));
+        Song("1.mp3", L"Artist", L"Album", L"Another title");
+        EXPECT_EQ(Sync().Sent.size(), 1U);
+        EXPECT_EQ(Folder.Read(place), Folder.Read("lib/1.mp3"));
+        EXPECT_THAT(Device(), ElementsAre("Music/Artist/Album/1.mp3"));
+    }
+}
+
+TEST_F(SyncTest, RefusesALibraryOnTheDevice) {
+    Folder.Write("dev/Mine/1.mp3", CSampleMedia::MakeMP3(3));
+    fs::create_directory_symlink(Folder / "dev/Mine", Folder / "link");
+    Options.Delete = DeleteMode::All;
+    const std::string before = Fingerprint();
+    for (const char* library : {"dev", "dev/Mine", "dev/../dev/Mine/", "link"}) {
+        Options.Libraries = {Folder / "lib", Folder / library};
+        EXPECT_THAT(Sync().Error, testing::AllOf(HasSubstr(Folder / "dev"), HasSubstr("lies on")))
+            << library;
+        EXPECT_EQ(Code, kExitUsage);
+        EXPECT_EQ(Fingerprint(), before);
+    }
+}
+
+TEST_F(SyncTest, LeavesADeviceInTheLibraryOut) {
+    Song("1.mp3");
+    fs::create_directory(Folder / "dev/Music");
+    fs::create_directory_symlink(Folder / "dev/Music", Folder / "lib/link");
+    Options.Libraries = {Folder.Path()};
+    Options.Delete = DeleteMode::All;
+    EXPECT_EQ(Sync().Sent.size(), 1U);
+    fs::create_symlink(Folder / "dev/Music/Artist/Album/1.mp3", Folder / "lib/file.mp3");
+    const CSyncReport second = Sync();
+    EXPECT_EQ(Code, kExitDone);
+    EXPECT_THAT(second.Sent, IsEmpty());
+    EXPECT_THAT(second.Deleted, IsEmpty());
+    EXPECT_THAT(Device(), ElementsAre("Music/Artist/Album/1.mp3"));
+}
+
+TEST_F(SyncTest, DeletesNothingForALibraryThatIsMissing) {
+    Song("1.mp3");
+    Sync();
+    fs::rename(Folder / "lib", Folder / "elsewhere");
+    Options.Delete = DeleteMode::All;
+    EXPECT_THAT(Sync().Deleted, IsEmpty());
+    EXPECT_THAT(Device(), ElementsAre("Music/Artist/Album/1.mp3"));
+}
+
+TEST_F(SyncTest, LeavesFilesAloneThatReplacedItsOwn) {
+    for (const char* name : {"gone", "changed", "killed"}) {
+        Song(std::string(name) + "/" + name + ".mp3", HostWiden(name));
+    }
+    Folder.Write("lib/gone/cover.jpg", CSampleMedia::MakeJPEG());
+    Folder.Write("lib/list.m3u", "gone/gone.mp3\n");
+    Options.Playlists = {Folder / "lib/list.m3u"};
+    Sync();
+    const std::string kTheirs[] = {"Music/changed/Album/changed.mp3", "Music/gone/Album/Folder.jpg",
+                                   "Music/gone/Album/gone.mp3", "Music/killed/Album/killed.mp3",
+                                   "Playlists/list.m3u"};
+    const std::string theirs = "the user's own " + std::string(5000, 'x');
+    for (const std::string& path : kTheirs) {
+        ASSERT_TRUE(Folder.Exists("dev/" + path)) << path;
+        Folder.Write("dev/" + path, theirs);
+    }
+    {
+        CDeviceRecord record;
+        ASSERT_TRUE(
+            OpenRecord(record).NoteUnderWay({Folder / "lib/killed/killed.mp3",
+                                             Folder / "dev/Music/killed/Album/killed.mp3", 4000}));
+    }
+    fs::remove_all(Folder / "lib/gone");
+    fs::remove(Folder / "lib/list.m3u");
+    Song("changed/changed.mp3", L"changed", L"Album", L"Another title");
+    Options.Playlists.clear();
+    Options.Delete = DeleteMode::Own;
+    const CSyncReport report = Sync();
+    EXPECT_EQ(Code, kExitDone);
+    EXPECT_THAT(report.Deleted, IsEmpty());
+    EXPECT_THAT(report.Leftovers,
+                UnorderedElementsAre("Music/gone/Album/gone.mp3", "Playlists/list.m3u"));
+    for (const std::string& path : kTheirs) {
+        EXPECT_EQ(Folder.Read("dev/" + path), theirs) << path;
+    }
+    EXPECT_EQ(Folder.Read("dev/Music/changed/Album/changed (1).mp3"),
+              Folder.Read("lib/changed/changed.mp3"));
+}
+
+TEST_F(SyncTest, TouchesNothingWhenThereIsNothingToDo) {
+    Song("a/1.mp3");
+    Folder.Write("lib/a/cover.jpg", CSampleMedia::MakeJPEG());
+    Folder.Write("lib/list.m3u", "a/1.mp3\n");
+    Options.Playlists = {Folder / "lib/list.m3u"};
+    Sync();
+    EXPECT_EQ(RecordCount(), 2U) << "the picture has its record";
+    const std::string before = Fingerprint();
+    Sync();
+    EXPECT_EQ(Code, kExitDone);
+    EXPECT_EQ(Fingerprint(), before);
 }

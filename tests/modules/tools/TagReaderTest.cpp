@@ -170,6 +170,41 @@ TEST(TagReader, ReadsEveryFormatAlike) {
     }
 }
 
+/// The last frame of a file is searched for here and not by the library: both must find the same.
+TEST(TagReader, MeasuresAnMPEGFileAsTheLibraryDoes) {
+    const TestFolder folder;
+    const std::string plain = MakeMp3({{"TIT2", "x"}}, 200);
+    const std::string oldTag = "TAG" + std::string(125, ' ');
+    std::string variable = MakeMp3({}, 3);
+    // Behind the header and side information of a stereo frame: flags and number of frames, bytes.
+    variable.replace(variable.find("\xFF\xFB") + 36, 16,
+                     std::string("Xing\0\0\0\3\0\0\1\0\0\1\0\0", 16));
+    const std::string files[] = {
+        plain,
+        plain + oldTag,
+        plain + std::string(10000, '\0'),
+        plain + std::string(5000, '\xFF') + oldTag,
+        plain.substr(0, plain.size() - 100),
+        plain + "\xFF\xFB\x90",
+        MakeMp3({}, 1),
+        MakeMp3({}, 2),
+        variable,
+        "no frames at all",
+    };
+    for (size_t row = 0; row < std::size(files); ++row) {
+        const std::string path = folder.Write(std::to_string(row) + ".mp3", files[row]);
+        TagLib::MPEG::File file(path.c_str());
+        const TagLib::AudioProperties* audio = file.audioProperties();
+        ASSERT_NE(audio, nullptr);
+        const auto text = [](int number) { return number > 0 ? std::to_string(number) : ""; };
+        EXPECT_EQ(Field(path, L"Duration"), text((audio->lengthInMilliseconds() + 500) / 1000))
+            << row;
+        EXPECT_EQ(Field(path, L"Bitrate"), text(audio->bitrate())) << row;
+        EXPECT_EQ(Field(path, L"Sample Rate"), text(audio->sampleRate())) << row;
+        EXPECT_EQ(Field(path, L"Channels"), text(audio->channels())) << row;
+    }
+}
+
 TEST(TagReader, GivesAnUntaggedFileItsBaseFields) {
     const TestFolder folder;
     const std::string path = folder.Write("My.Song.MP3", MakeMp3({}, 4));
