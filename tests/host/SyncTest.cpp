@@ -85,7 +85,9 @@ protected:
         std::string print;
         std::vector<fs::directory_entry> entries;
         for (const auto& entry : fs::recursive_directory_iterator(Folder.Path() / "dev")) {
-            entries.push_back(entry);
+            if (entry.path().filename() != ".Database.mpl") { // every sync ends by saving it
+                entries.push_back(entry);
+            }
         }
         std::sort(entries.begin(), entries.end());
         for (const auto& entry : entries) {
@@ -533,6 +535,7 @@ TEST_F(SyncTest, KeepsTheOlderCopyWhenItsSuccessorCannotBeSent) {
     EXPECT_EQ(Sync().Sent.size(), 1U);
     EXPECT_THAT(Device(), ElementsAre("Music/Three/Album/1.mp3", "Music/Two/Album/2.mp3"));
     EXPECT_FALSE(Folder.Exists("dev/Music/One"));
+    EXPECT_TRUE(Sync().Sent.empty()); // a scan that adds records leaves stale ones to the next
     EXPECT_EQ(RecordCount(), 2U);
 }
 
