@@ -322,7 +322,7 @@ void CSync::MakeJobs() {
     Paths = std::make_unique<CTargetPaths>(Session.GetProperties(), [&](const std::wstring& path) {
         const std::string bytes = HostNarrow(path);
         return !Going.contains(bytes) && replaced != bytes
-               && !(Options.IsDryRun && UnderWay == bytes) && !IsGone(bytes);
+               && !(Options.IsDryRun && UnderWay == bytes) && Exists(bytes);
     });
     for (const CDeviceFile& file : Input.Device) {
         if (!Going.contains(file.Path)) {
@@ -394,33 +394,54 @@ void CSync::DescribePlan() {
 }
 
 ExitCode CSync::Execute() {
-    CDevice& device = Session.GetDevice();
     if (Session.GetProperties().GetInt(L"AlbumArtEnabled") != 0) {
         Covers = std::make_unique<CCoverArt>(DataFolder + "Covers/");
     }
     if (!Record.Remove(Plan.Forgotten)) {
         RecordFailed();
     }
-    device.BeginSync();
+    if (IsSyncWanted()) {
+        BeginSync();
+    }
     DeleteFiles();
     DropOldRecords();
     const ExitCode code = SendFiles();
     if (code == kExitDone && !CInterrupt::IsRequested()) {
         SendPlaylists();
     }
-    if (IsDeviceGone) {
-        return code;
+    return IsDeviceGone ? code : EndSync(code);
+}
+
+bool CSync::IsSyncWanted() const {
+    // A device without files gets its database all the same; the other two act at a sync's ends.
+    const CDeviceProperties& properties = Session.GetProperties();
+    return Input.Device.empty() || properties.GetInt(L"DeleteFilesNotInSync") != 0
+           || properties.GetInt(L"EjectMode") != 0;
+}
+
+void CSync::BeginSync() {
+    if (!IsInSync) {
+        IsInSync = true;
+        Session.GetDevice().BeginSync();
     }
-    device.EndSync();
+}
+
+ExitCode CSync::EndSync(ExitCode code) {
+    CDevice& device = Session.GetDevice();
+    if (IsInSync) {
+        device.EndSync();
+    }
     if (HasNewPictures && code == kExitDone && !CInterrupt::IsRequested()) {
         // The drive makes records of the pictures when it first finds them. Done now, the next sync
         // has nothing to save.
-        device.GetHost().Progress = {};
-        device.GetFiles(
-            {}, [](const CMediaFields&) {}, CInterrupt::IsRequested);
+        const auto ignore = [](const CMediaFields&) {};
+        device.GetFiles({}, ignore, CInterrupt::IsRequested);
     }
     Console.ClearProgress();
-    if (const ExitCode settled = Session.Settle(Input.Device.size() + Report.Sent.size());
+    const bool hasDatabase = IsInSync || Exists(Session.GetDatabasePath());
+    if (const ExitCode settled = hasDatabase
+                                     ? Session.Settle(Input.Device.size() + Report.Sent.size())
+                                     : Session.SettleWithoutDatabase();
         settled != kExitDone) {
         Report.Error = Session.GetError();
         return settled;

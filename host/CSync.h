@@ -78,6 +78,11 @@ private:
     ExitCode CheckSpace();
     void DescribePlan();
     ExitCode Execute();
+    /// Whether the drive is to be told of a sync even if nothing is to be changed.
+    bool IsSyncWanted() const;
+    /// Tells the drive of the sync, once, ahead of the first change: its end saves the database.
+    void BeginSync();
+    ExitCode EndSync(ExitCode code);
     void FillKeys(CSyncPlanner::CInput& input) const;
 
     // Deleting and sending: CSyncSend.cpp
@@ -119,7 +124,9 @@ private:
     /// Enters the new copy and takes the older one away.
     void EndReplacement(const CDeviceRecord::CEntry& entry);
     void PruneFolder(const std::string& path);
+    /// Surely not there; a path that the system cannot look at is neither this nor Exists.
     static bool IsGone(const std::string& path);
+    static bool Exists(const std::string& path);
 
     // Playlists: CSyncPlaylists.cpp
 
@@ -171,6 +178,7 @@ private:
     int64_t BytesInAll = 0;
     bool IsDeviceGone = false;
     bool IsDeviceFull = false;
+    bool IsInSync = false;
     bool HasNewPictures = false;
     bool HasRecordFailed = false;
 };

@@ -74,6 +74,7 @@ void CSync::SendPlaylist(const CPlaylist& playlist) {
     list.Writer = [&](const std::wstring& where) {
         return CPlaylistWriter::Save(HostNarrow(where), text, error);
     };
+    BeginSync();
     if (!Session.GetDevice().SendPlaylist(target.Name, list)) {
         AddFailure(playlist.Source, error);
         return;
@@ -130,6 +131,7 @@ void CSync::DeleteLostPlaylists() {
     if (lost.empty()) {
         return;
     }
+    BeginSync();
     Session.GetDevice().Delete(lost);
     std::vector<std::string> gone;
     for (const std::string& path : lost) {

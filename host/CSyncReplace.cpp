@@ -24,6 +24,11 @@ bool CSync::IsGone(const std::string& path) {
     return lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
+bool CSync::Exists(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0;
+}
+
 void CSync::RecoverAsides(const std::vector<CDeviceRecord::CAside>& asides) {
     std::vector<std::string> done;
     for (const CDeviceRecord::CAside& aside : asides) {
@@ -50,6 +55,7 @@ void CSync::DropOldRecords() {
         RecordFailed();
         return;
     }
+    BeginSync();
     std::vector<std::string> standIns;
     for (const CDeviceRecord::CAside& aside : asides) {
         if (MoveAside(aside)) {
@@ -130,7 +136,7 @@ CDeviceRecord::CAside CSync::MakeAside(const std::string& original) const {
     const std::string name =
         HostNarrow(CPathCleaner::Cut(HostWiden(original.substr(start)), kLongestKeptName));
     std::string temporary = original.substr(0, start) + "." + name + ".old";
-    for (int number = 1; !IsGone(temporary); ++number) {
+    for (int number = 1; Exists(temporary); ++number) {
         temporary = original.substr(0, start) + "." + name + "." + std::to_string(number) + ".old";
     }
     return {temporary, original, false};

@@ -90,6 +90,7 @@ void CSync::DeleteFiles() {
     if (paths.empty()) {
         return;
     }
+    BeginSync();
     Session.GetDevice().Delete(paths);
     std::vector<std::string> gone;
     for (const std::string& path : paths) {
@@ -157,7 +158,7 @@ bool CSync::MaySend(const CJob& job, const std::string& target) {
     if (!SetAside(job)) {
         return false;
     }
-    if (!IsGone(target)) {
+    if (Exists(target)) {
         // Whatever stands under the name of a file under way counts as ours after a kill.
         AddFailure(item.Path, "its place on the device, " + Relative(target) + ", is taken");
         PutBackAside();
@@ -189,6 +190,7 @@ void CSync::SendFile(const CJob& job, size_t number) {
     };
     CHandheldUpload upload(item, *Paths, Covers.get(), job.Target.Name,
                            [&] { return Session.GetRoot().IsInside(picture); });
+    BeginSync();
     const bool sent = Session.GetDevice().Upload(upload);
     const std::string path = sent ? HostNarrow(upload.GetDevicePath()) : target;
     BytesDone += item.Size;

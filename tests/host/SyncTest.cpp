@@ -85,9 +85,7 @@ protected:
         std::string print;
         std::vector<fs::directory_entry> entries;
         for (const auto& entry : fs::recursive_directory_iterator(Folder.Path() / "dev")) {
-            if (entry.path().filename() != ".Database.mpl") { // every sync ends by saving it
-                entries.push_back(entry);
-            }
+            entries.push_back(entry);
         }
         std::sort(entries.begin(), entries.end());
         for (const auto& entry : entries) {
