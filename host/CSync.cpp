@@ -318,12 +318,13 @@ ExitCode CSync::MakePlan() {
 }
 
 void CSync::MakeJobs() {
-    std::string replaced;
-    Paths = std::make_unique<CTargetPaths>(Session.GetProperties(), [&](const std::wstring& path) {
-        const std::string bytes = HostNarrow(path);
-        return !Going.contains(bytes) && replaced != bytes
-               && !(Options.IsDryRun && UnderWay == bytes) && Exists(bytes);
-    });
+    Replaced.clear();
+    Paths =
+        std::make_unique<CTargetPaths>(Session.GetProperties(), [this](const std::wstring& path) {
+            const std::string bytes = HostNarrow(path);
+            return !Going.contains(bytes) && Replaced != bytes
+                   && !(Options.IsDryRun && UnderWay == bytes) && Exists(bytes);
+        });
     for (const CDeviceFile& file : Input.Device) {
         if (!Going.contains(file.Path)) {
             Paths->Take(HostWiden(file.Path));
@@ -332,10 +333,10 @@ void CSync::MakeJobs() {
     for (const CSyncPlan::CSend& send : Plan.Sends) {
         // The place of an older copy is free for its own successor only: all others stand while
         // that one arrives.
-        replaced = send.Replaces;
-        Paths->Free(HostWiden(replaced));
+        Replaced = send.Replaces;
+        Paths->Free(HostWiden(Replaced));
         Jobs.push_back({send, Paths->Choose(*send.Item->File)});
-        Paths->Take(HostWiden(replaced));
+        Paths->Take(HostWiden(Replaced));
         BytesInAll += send.Item->File->Size;
     }
     // What gives space back goes first, so that the space needed never exceeds that of the whole.
@@ -343,6 +344,7 @@ void CSync::MakeJobs() {
         return !job.Send.Replaces.empty()
                && job.Send.Item->File->Size <= CDeviceRoot::GetFileSize(job.Send.Replaces);
     });
+    Replaced.clear();
 }
 
 ExitCode CSync::CheckSpace() {

@@ -161,6 +161,7 @@ private:
     std::unique_ptr<CCoverArt> Covers;
     std::vector<CJob> Jobs;
     std::unordered_set<std::string> Going; ///< device paths that the sync deletes
+    std::string Replaced; ///< older copy whose place the file at hand may take, while jobs are made
     std::set<std::pair<dev_t, ino_t>>
         LibraryRoots; ///< of libraries that the device does not lie in
     std::unordered_map<std::string, bool> LibraryFolders; ///< device folders: in a library or not
