@@ -59,5 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     VnXMLDocument again;
     Require(again.SetDocument(changed));
     Require(Walk(again) == elements + 1);
+    Require(again.GetText() == changed);
     return 0;
 }
