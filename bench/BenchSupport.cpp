@@ -21,13 +21,13 @@ bool HasRoom(const std::string& folder, int64_t wanted, bool mustBeTmpfs) {
            && static_cast<int64_t>(volume.f_bavail) * volume.f_bsize > wanted;
 }
 
+} // namespace
+
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     const size_t middle = values.size() / 2;
     return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
-
-} // namespace
 
 void Fail(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());

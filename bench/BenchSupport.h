@@ -11,6 +11,9 @@
 /// gives no figures at all.
 [[noreturn]] void Fail(const std::string& text);
 
+/// The middle of the values, of which there must be one.
+double Median(std::vector<double> values);
+
 /// Folder for the trees of a run, made anew and removed with all its contents at the end.
 class BenchFolder {
 public:

@@ -1,16 +1,19 @@
 #include "core/VnString.h"
 #include "text/VnXMLDocument.h"
 
-#include <benchmark/benchmark.h>
-
 #include <expat.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
 #include <pugixml.hpp>
 
 #include <cstdint>
 #include <string>
 
-// Parsing of a device database, beside two parsers that are known to be fast, and building of one.
-// Each run checks what it did before its time counts.
+#include "bench/BenchPairTable.h"
+#include "bench/BenchSupport.h"
+
+// Parsing of a device database, beside the parsers that are known for it. All of them start at a
+// text in memory, in the form that they take, and end with everything freed again.
 
 namespace {
 
@@ -29,92 +32,131 @@ std::string MakeDatabase(int64_t records) {
     return text + "</MPL>";
 }
 
-int64_t CountElements(int64_t records) {
-    return 1 + records * (1 + kFieldsPerRecord);
+/// Counts the elements, which is the least that a reader of events can do with them.
+int64_t CountByExpat(const std::string& bytes) {
+    int64_t elements = 0;
+    XML_Parser parser = XML_ParserCreate(nullptr);
+    XML_SetUserData(parser, &elements);
+    XML_SetStartElementHandler(parser, [](void* count, const XML_Char*, const XML_Char**) {
+        ++*static_cast<int64_t*>(count);
+    });
+    const XML_Status status =
+        XML_Parse(parser, bytes.data(), static_cast<int>(bytes.size()), /*isFinal=*/1);
+    XML_ParserFree(parser);
+    return status == XML_STATUS_OK ? elements : -1;
 }
 
-void ParseDatabase(benchmark::State& state) {
-    const std::string bytes = MakeDatabase(state.range(0));
+xmlDoc* ReadByLibxml(const std::string& bytes) {
+    return xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
+                         XML_PARSE_HUGE);
+}
+
+int64_t CountElements(const xmlNode* node) {
+    int64_t count = 0;
+    for (; node != nullptr; node = node->next) {
+        count += node->type == XML_ELEMENT_NODE ? 1 + CountElements(node->children) : 0;
+    }
+    return count;
+}
+
+int64_t CountElements(const pugi::xml_node& node) {
+    int64_t count = 0;
+    for (const pugi::xml_node& child : node.children()) {
+        count += child.type() == pugi::node_element ? 1 + CountElements(child) : 0;
+    }
+    return count;
+}
+
+/// Walks all records as the loader of the database does; the result is their number.
+int64_t WalkRecords(VnXMLDocument& document) {
+    int64_t records = 0;
+    int64_t fields = 0;
+    document.ResetPosition();
+    document.FindElement(L"MPL");
+    document.IntoElement();
+    while (document.FindElement(L"Item")) {
+        ++records;
+        while (document.FindChildElement(L"Field")) {
+            const int32_t field = document.GetChildPosition();
+            fields += !document.GetAttribute(field, L"Name").IsEmpty()
+                              && !document.GetData(field).IsEmpty()
+                          ? 1
+                          : 0;
+        }
+    }
+    return fields == records * kFieldsPerRecord ? records : -1;
+}
+
+int64_t WalkRecords(const xmlDoc* document) {
+    int64_t records = 0;
+    int64_t fields = 0;
+    for (xmlNode* item = xmlDocGetRootElement(document)->children; item != nullptr;
+         item = item->next) {
+        if (item->type != XML_ELEMENT_NODE) {
+            continue;
+        }
+        ++records;
+        for (xmlNode* field = item->children; field != nullptr; field = field->next) {
+            if (field->type == XML_ELEMENT_NODE) {
+                xmlChar* const name = xmlGetProp(field, BAD_CAST "Name");
+                xmlChar* const value = xmlNodeGetContent(field);
+                fields += *name != 0 && *value != 0 ? 1 : 0;
+                xmlFree(name);
+                xmlFree(value);
+            }
+        }
+    }
+    return fields == records * kFieldsPerRecord ? records : -1;
+}
+
+void CompareParsers(BenchPairTable& table, const std::string& bytes, int64_t records) {
     const VnString text = VnString::FromUTF8(bytes.data(), static_cast<int64_t>(bytes.size()));
-    for (auto _ : state) {
-        VnXMLDocument document;
-        if (!document.SetDocument(text) || !document.FindElement(L"/MPL/Item")) {
-            state.SkipWithError("not parsed");
-        }
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
-}
-
-void ParseDatabaseWithExpat(benchmark::State& state) {
-    const std::string bytes = MakeDatabase(state.range(0));
-    for (auto _ : state) {
-        int64_t elements = 0;
-        XML_Parser parser = XML_ParserCreate(nullptr);
-        XML_SetUserData(parser, &elements);
-        XML_SetStartElementHandler(parser, [](void* count, const XML_Char*, const XML_Char**) {
-            ++*static_cast<int64_t*>(count);
-        });
-        XML_Parse(parser, bytes.data(), static_cast<int>(bytes.size()), 1);
-        XML_ParserFree(parser);
-        if (elements != CountElements(state.range(0))) {
-            state.SkipWithError("not parsed");
-        }
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
-}
-
-void ParseDatabaseWithPugixml(benchmark::State& state) {
-    const std::string bytes = MakeDatabase(state.range(0));
-    for (auto _ : state) {
-        pugi::xml_document document;
-        if (!document.load_buffer(bytes.data(), bytes.size(), pugi::parse_default,
-                                  pugi::encoding_utf8)) {
-            state.SkipWithError("not parsed");
-        }
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
-}
-
-/// Walks all records as the loader of the database does.
-void WalkDatabase(benchmark::State& state) {
-    const std::string bytes = MakeDatabase(state.range(0));
-    VnXMLDocument document(VnString::FromUTF8(bytes.data(), static_cast<int64_t>(bytes.size())));
-    for (auto _ : state) {
-        int64_t records = 0;
-        document.ResetPosition();
-        document.FindElement(L"MPL");
-        while (document.FindChildElement(L"Item")) {
-            benchmark::DoNotOptimize(document.GetInnerText(document.GetChildPosition()));
-            ++records;
-        }
-        if (records != state.range(0)) {
-            state.SkipWithError("records are missing");
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-
-/// The time per element must not grow with their number.
-void AppendElements(benchmark::State& state) {
-    for (auto _ : state) {
-        VnXMLDocument document;
-        document.AddElement(L"MPL");
-        for (int64_t count = 0; count < state.range(0); ++count) {
-            document.AddElement(L"Field", L"some value", VnXMLDocument::kInsertChild);
-        }
-        if (!document.IsWellFormed()) {
-            state.SkipWithError("not built");
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    const int64_t elements = 1 + records * (1 + kFieldsPerRecord);
+    VnXMLDocument ours(text);
+    pugi::xml_document pugiDocument;
+    pugiDocument.load_buffer(bytes.data(), bytes.size(), pugi::parse_default, pugi::encoding_utf8);
+    xmlDoc* const xmlDocument = ReadByLibxml(bytes);
+    Require(ours.IsWellFormed() && WalkRecords(ours) == records
+                && CountElements(pugiDocument) == elements
+                && CountElements(xmlDocGetRootElement(xmlDocument)) == elements
+                && WalkRecords(xmlDocument) == records && CountByExpat(bytes) == elements,
+            "the documents differ");
+    table.Compare(
+        "parse", 1,
+        [&] {
+            VnXMLDocument document;
+            return int64_t{document.SetDocument(text) && document.FindElement(L"/MPL/Item")};
+        },
+        {{"pugixml",
+          [&] {
+              pugi::xml_document document;
+              const bool read = document.load_buffer(bytes.data(), bytes.size(),
+                                                     pugi::parse_default, pugi::encoding_utf8);
+              return int64_t{read && document.child("MPL").child("Item")};
+          },
+          2.0},
+         {"expat, counting only", [&] { return int64_t{CountByExpat(bytes) == elements}; },
+          BenchPairTable::kAhead},
+         {"libxml2",
+          [&] {
+              xmlDoc* const document = ReadByLibxml(bytes);
+              const bool read = xmlDocGetRootElement(document) != nullptr;
+              xmlFreeDoc(document);
+              return int64_t{read};
+          },
+          BenchPairTable::kAhead}});
+    table.Compare("read names and values of all fields", records, [&] { return WalkRecords(ours); },
+                  {{"libxml2", [&] { return WalkRecords(xmlDocument); }, 0}});
+    xmlFreeDoc(xmlDocument);
 }
 
 } // namespace
 
-BENCHMARK(ParseDatabase)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK(ParseDatabaseWithExpat)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK(ParseDatabaseWithPugixml)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK(WalkDatabase)->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK(AppendElements)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
-
-BENCHMARK_MAIN();
+int main(int count, char** arguments) {
+    const int64_t records = GetArgument(count, arguments, "--records", 100000);
+    BenchPairTable table("Database of " + std::to_string(records) + " records",
+                         GetArgument(count, arguments, "--rounds", 9));
+    CompareParsers(table, MakeDatabase(records), records);
+    xmlCleanupParser();
+    return table.GetExitCode();
+}
