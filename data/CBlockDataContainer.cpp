@@ -62,6 +62,9 @@ void CBlockDataContainer::Reset() {
 
 /// A piece from the front of the block's free bytes, or null when they are too few.
 void* CBlockDataContainer::Carve(CBlockDataContainerItem& block, const void* source, int64_t size) {
+    if (size > block.Free) {
+        return nullptr; // and the sum below cannot overflow
+    }
     unsigned char* next = block.GetBytes() + (block.Size - block.Free);
     const uintptr_t alignment = GetAlignment(size);
     const auto past = static_cast<int64_t>(reinterpret_cast<uintptr_t>(next) % alignment);

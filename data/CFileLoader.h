@@ -107,7 +107,8 @@ public:
     void SetCancelFlag(CCancelHelper* source);
     void SetProgress(IFileLoaderProgress* progress) { Progress = progress; }
     /// Bytes to read at most, no limit below 1. A resource whose size is known to be above it fails
-    /// with `failWhenLarger`, otherwise its start is read.
+    /// with `failWhenLarger`, otherwise its start is read. The limit holds for what a packed body
+    /// becomes, too; a packed body that goes into a file fails when it becomes larger.
     void SetMaximumSize(int64_t maximumSize, bool failWhenLarger = false);
     /// Has a load into a buffer looked at once, when `afterBytes` bytes are there or, with `atEnd`,
     /// when it ends before: by `check` (may be null), which gets `parameter`, and by a search for
@@ -229,6 +230,8 @@ private:
     bool ReadBlock(CTransfer& transfer, int32_t wanted, int32_t& count);
     bool AfterBlock(CTransfer& transfer, bool ended);
     bool LimitAmount(CTransfer& transfer) const;
+    static void ReserveOnce(const CTransfer& transfer);
+    bool PassesContentCheck(CTransfer& transfer, bool ended) const;
     bool HasContentCheck(const CTransfer& transfer) const;
     bool CheckContent(const CTransfer& transfer) const;
     void ShowStatus(const CTransfer& transfer);
@@ -236,6 +239,7 @@ private:
     bool Decode(CTransfer& transfer);
     bool DecodeBuffer(VnBuffer& buffer);
     bool DecodeFile(const VnFilename& file);
+    int64_t GetDecodedLimit() const;
     void BeginLoad();
     void EndLoad();
     void OpenDialog(const VnFilename& source);

@@ -2,6 +2,7 @@
 #include "data/CFileLoaderTransfer.h"
 #include "data/VnDate.h"
 #include "files/VnFile.h"
+#include "files/VnFileInfo.h"
 #include "files/VnFileSystem.h"
 #include "runtime/IVnDecompressor.h"
 #include "runtime/IVnReader.h"
@@ -9,6 +10,7 @@
 #include "runtime/VnSiblingModules.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -23,18 +25,26 @@ std::unique_ptr<IVnDecompressor> MakeDecompressor(const VnBuffer& packed) {
         tools == nullptr ? nullptr : tools->CreateDecompressor(packed.GetData(), packed.GetSize()));
 }
 
-/// Decodes a whole stream into an open file; false when it is damaged or the file takes less.
-bool DecodeInto(VnFile& file, IVnDecompressor& stream) {
+/// Decodes a whole stream into an open file; false when it is damaged, larger than `limit` bytes,
+/// or the file takes less.
+bool DecodeInto(VnFile& file, IVnDecompressor& stream, int64_t limit) {
     VnBuffer block(kDecodeBlock);
     for (;;) {
         const int32_t count = stream.Read(block.GetData(), kDecodeBlock);
         if (count <= 0) {
             return count == 0;
         }
-        if (!file.Write(block.GetData(), count)) {
+        limit -= count;
+        if (limit < 0 || !file.Write(block.GetData(), count)) {
             return false;
         }
     }
+}
+
+/// A device or a pipe was there before the load, which only opened it.
+bool IsPlainFile(const VnString& path) {
+    const VnFileInfo info(path);
+    return info.Valid && S_ISREG(info.Stat.st_mode);
 }
 
 } // namespace
@@ -54,19 +64,34 @@ bool CFileLoader::DecodeBuffer(VnBuffer& buffer) {
     if (stream == nullptr) {
         return false;
     }
-    const auto block = static_cast<int32_t>(
-        std::clamp<int64_t>(buffer.GetSize() * kOutputFactor, kDecodeBlock, kLargestOutputBlock));
+    const int64_t block =
+        std::clamp<int64_t>(buffer.GetSize() * kOutputFactor, kDecodeBlock, kLargestOutputBlock);
+    const int64_t limit = GetDecodedLimit();
     VnBuffer decoded;
-    for (;;) {
-        uint8_t* const tail = decoded.Reserve(block);
-        const int32_t count = stream->Read(tail, block);
+    while (decoded.GetSize() <= limit) {
+        // One byte beyond the limit tells that there is more.
+        const int64_t room = decoded.GetAllocatedSize() - decoded.GetSize();
+        const auto wanted = static_cast<int32_t>(std::min(
+            {room > 0 ? room : block, limit - decoded.GetSize() + 1, kLargestOutputBlock}));
+        const int32_t count = stream->Read(decoded.Reserve(wanted), wanted);
         if (count <= 0) {
             break;
         }
         decoded.SetSize(decoded.GetSize() + count);
     }
+    if (decoded.GetSize() > limit) {
+        if (FailWhenLarger) {
+            return false;
+        }
+        decoded.SetSize(limit);
+    }
     buffer.Swap(decoded);
     return buffer.GetSize() > 0;
+}
+
+/// Bytes that a packed body may become: a few can stand for any number.
+int64_t CFileLoader::GetDecodedLimit() const {
+    return MaximumSize >= 1 ? MaximumSize : std::numeric_limits<int64_t>::max() - 1;
 }
 
 bool CFileLoader::DecodeFile(const VnFilename& file) {
@@ -84,8 +109,8 @@ bool CFileLoader::DecodeFile(const VnFilename& file) {
     if (!target.Open()) {
         return false;
     }
-    const bool decoded = DecodeInto(target, *stream);
-    target.Close();
+    bool decoded = DecodeInto(target, *stream, GetDecodedLimit());
+    decoded = target.CloseWritten() && decoded;
     if (!decoded) {
         VnFileSystem::DeleteFile(temp);
         return false;
@@ -120,7 +145,7 @@ std::unique_ptr<IVnReader> CFileLoader::OpenForResume(const VnFilename& source,
     }
     const int64_t position = writer->GetPosition();
     if (position > 0) {
-        complete = position == source.GetFileSize(true);
+        complete = position == source.GetFileSize(AllowInternet);
         SetProperty(L"RANGE_START", VnString::FromInt(writer->GetLength()));
         DropAcceptEncoding();
     }
@@ -164,6 +189,7 @@ bool CFileLoader::LoadToFile(const VnFilename& source, VnFilename& destination, 
     }
     const double date = mode == LoadIfModified ? PrepareConditional(destination) : 0.0;
     bool loaded = false;
+    StatusCode.Empty(); // the status of an earlier load says nothing about this one
     if (writer == nullptr) {
         created = false;
     } else {
@@ -174,7 +200,7 @@ bool CFileLoader::LoadToFile(const VnFilename& source, VnFilename& destination, 
         return true;
     }
     if (!loaded) {
-        if (created && mode != LoadResumeKeep) {
+        if (created && mode != LoadResumeKeep && IsPlainFile(destination.GetLocalPath())) {
             VnFileSystem::DeleteFile(destination.GetLocalPath());
         }
         destination.Filename.Empty();

@@ -10,14 +10,17 @@
 #include "text/VnXMLDocument.h"
 
 #include <algorithm>
+#include <new>
 
 namespace {
 
 constexpr int32_t kNetworkBlock = 65536;
 constexpr int32_t kLocalBlock = 1048576;
 constexpr wchar_t kRangeStart[] = L"RANGE_START";
-/// A server may claim any length: beyond this the buffer grows with what arrives.
-constexpr int64_t kLargestRemoteReserve = 256 << 20;
+
+/// A server may claim any length: beyond this the buffer grows with what arrives. What is set aside
+/// takes no memory before it is filled.
+constexpr int64_t kLargestClaim = int64_t{1} << 30;
 
 } // namespace
 
@@ -53,10 +56,14 @@ bool CFileLoader::Load(const VnFilename& source,
 }
 
 bool CFileLoader::RunLoad(CTransfer& transfer) {
-    if (transfer.IsRemote || UseReaderForLocal || transfer.Writer != nullptr) {
-        return LoadThroughReader(transfer);
+    try {
+        return transfer.IsRemote || UseReaderForLocal || transfer.Writer != nullptr
+                   ? LoadThroughReader(transfer)
+                   : LoadDirectly(transfer);
+    } catch (const std::bad_alloc&) {
+        transfer.CloseWriter(); // the resource is larger than the memory
+        return false;
     }
-    return LoadDirectly(transfer);
 }
 
 void CFileLoader::BeginLoad() {
@@ -92,7 +99,8 @@ void CFileLoader::OpenDialog(const VnFilename& source) {
         ShownTitle =
             VnTranslated(source.GetIsFileRemote() ? L"Internet resource" : L"Local resource");
     }
-    Dialog = dialogs->OpenWaitDialog(ShownTitle, DialogText, WaitDelay, DialogCancellable, this);
+    Dialog = dialogs->OpenWaitDialog(ShownTitle, DialogText, WaitDelay, DialogCancellable,
+                                     &CancelSource->Cancelled, this);
 }
 
 bool CFileLoader::LoadDirectly(CTransfer& transfer) {
@@ -105,6 +113,7 @@ bool CFileLoader::LoadDirectly(CTransfer& transfer) {
     if (!LimitAmount(transfer) || transfer.Amount < 0) {
         return false;
     }
+    ReserveOnce(transfer);
     transfer.Buffer->SetSize(transfer.Amount);
     int64_t count = 0;
     if (transfer.Amount > 0
@@ -113,7 +122,7 @@ bool CFileLoader::LoadDirectly(CTransfer& transfer) {
         return false;
     }
     transfer.Done = transfer.Amount;
-    return !HasContentCheck(transfer) || CheckContent(transfer);
+    return PassesContentCheck(transfer, /*ended=*/true);
 }
 
 bool CFileLoader::LoadThroughReader(CTransfer& transfer) {
@@ -156,7 +165,8 @@ bool CFileLoader::OpenReader(CTransfer& transfer) {
     Location = ReaderProperty(L"Location");
     AllHeaders = ReaderProperty(L"AllHeaders");
     StatusCode = ReaderProperty(L"StatusCode");
-    if (!opened) {
+    // A cancel that came ahead of the open has closed nothing.
+    if (!opened || CancelSource->IsCancelled()) {
         return false;
     }
     if (IsUnmodified(transfer)) {
@@ -195,11 +205,16 @@ bool CFileLoader::PrepareTarget(CTransfer& transfer) {
     if (!LimitAmount(transfer)) {
         return false;
     }
-    if (transfer.Buffer != nullptr && transfer.Total > 0) {
-        transfer.Buffer->Reserve(
-            transfer.IsRemote ? std::min(transfer.Amount, kLargestRemoteReserve) : transfer.Amount);
-    }
+    ReserveOnce(transfer);
     return true;
+}
+
+/// Sets all of the memory aside that a load of known size needs.
+void CFileLoader::ReserveOnce(const CTransfer& transfer) {
+    if (transfer.Buffer != nullptr && transfer.Amount > 0 && transfer.Total > 0) {
+        transfer.Buffer->Reserve(transfer.IsRemote ? std::min(transfer.Amount, kLargestClaim)
+                                                   : transfer.Amount);
+    }
 }
 
 /// What is to be read of the resource; false when it is larger than it may be.
@@ -261,15 +276,17 @@ bool CFileLoader::ReadBlock(CTransfer& transfer, int32_t wanted, int32_t& count)
 bool CFileLoader::AfterBlock(CTransfer& transfer, bool ended) {
     ShowStatus(transfer);
     FeedProgress(transfer);
-    const bool due = HasContentCheck(transfer) && !transfer.Checked
-                     && (transfer.Done >= CheckAfterBytes || (ended && CheckAtEnd));
-    if (due) {
-        transfer.Checked = true;
-        if (!CheckContent(transfer)) {
-            return false;
-        }
+    return PassesContentCheck(transfer, ended) && !CancelSource->IsCancelled();
+}
+
+/// Runs the content check when it is due; false when it has failed.
+bool CFileLoader::PassesContentCheck(CTransfer& transfer, bool ended) const {
+    if (!HasContentCheck(transfer) || transfer.Checked
+        || (transfer.Done < CheckAfterBytes && !(ended && CheckAtEnd))) {
+        return true;
     }
-    return !CancelSource->IsCancelled();
+    transfer.Checked = true;
+    return CheckContent(transfer);
 }
 
 bool CFileLoader::HasContentCheck(const CTransfer& transfer) const {

@@ -19,6 +19,7 @@ CFileLoaderThread::CFileLoaderThread(const VnFilename& source,
     : CFileLoaderThreadBase(nullptr)
     , Source(source)
     , Callback(callback) {
+    OwnLoader.SetCancelFlag(&StopCancel);
     Loader = &OwnLoader;
     if (startNow) {
         Start();
@@ -28,6 +29,13 @@ CFileLoaderThread::CFileLoaderThread(const VnFilename& source,
 CFileLoaderThread::~CFileLoaderThread() {
     Stop(kStopWaitMS);
     Loader = nullptr; // the base's destructor stops once more, when the loader is gone
+}
+
+bool CFileLoaderThread::SetStopFlag(bool stop) {
+    if (!stop) {
+        StopCancel.SetCancelled(false); // a new start
+    }
+    return CFileLoaderThreadBase::SetStopFlag(stop);
 }
 
 bool CFileLoaderThread::Run() {

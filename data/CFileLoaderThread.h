@@ -49,11 +49,15 @@ public:
     /// The loader, for settings before the start and results after the end.
     CFileLoader& GetLoader() { return OwnLoader; }
 
+    /// Asks the thread to stop, which also cancels a load that has not begun yet.
+    bool SetStopFlag(bool stop) override;
+
 protected:
     bool Run() override;
     int64_t HandleMainThreadMessage(int32_t message, int64_t parameter) override;
 
 private:
+    CCancelHelper StopCancel; ///< unlike the loader's own flag, it outlives the begin of a load
     CFileLoader OwnLoader;
     VnFilename Source;
     VnFilename ResultFilename;

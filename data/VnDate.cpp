@@ -18,8 +18,8 @@ constexpr int64_t kFileTimeEpoch = 11644473600;
 constexpr int64_t kFileTimeUnits = 10000000;
 
 /// Years less 1900 that a broken-down date can have, and those that parts may come with.
-constexpr int64_t kFirstYear = -34668;
-constexpr int64_t kLastYear = 30867;
+constexpr int32_t kFirstYear = -34668;
+constexpr int32_t kLastYear = 30867;
 constexpr int32_t kFirstPartsYear = -11899;
 constexpr int32_t kLastPartsYear = 8099;
 
@@ -40,25 +40,28 @@ int64_t DaysFromCivil(int64_t year, int32_t month, int32_t day) {
 }
 
 /// Sets year, month, day and their companions from days since 1 January 1970; false for a year out
-/// of range.
-bool SetCivil(VnDateParts& parts, int64_t days) {
-    const int64_t shifted = days + 719468;
-    const int64_t era = (shifted >= 0 ? shifted : shifted - 146096) / 146097;
-    const int64_t dayOfEra = shifted - era * 146097;
-    const int64_t yearOfEra =
+/// of range. The years begin in March, as in DaysFromCivil.
+bool SetCivil(VnDateParts& parts, int32_t days) {
+    constexpr int32_t kDaysToJanuary = 306;
+    constexpr int32_t kDaysToMarch = 59;
+    const int32_t shifted = days + 719468;
+    const int32_t era = (shifted >= 0 ? shifted : shifted - 146096) / 146097;
+    const int32_t dayOfEra = shifted - era * 146097;
+    const int32_t yearOfEra =
         (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
-    const int64_t month = (monthFromMarch + 2) % 12;
-    const int64_t year = yearOfEra + era * 400 + (month < 2 ? 1 : 0);
+    const int32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const int32_t monthFromMarch = (5 * dayOfYear + 2) / 153;
+    const int32_t year = yearOfEra + era * 400 + (dayOfYear >= kDaysToJanuary ? 1 : 0);
     if (year - 1900 < kFirstYear || year - 1900 > kLastYear) {
         return false;
     }
-    parts.Year = static_cast<int32_t>(year - 1900);
-    parts.Month = static_cast<int32_t>(month);
-    parts.Day = static_cast<int32_t>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1);
-    parts.Weekday = static_cast<int32_t>(((days + 4) % 7 + 7) % 7);
-    parts.DayOfYear = static_cast<int32_t>(days - DaysFromCivil(year, 0, 1));
+    parts.Year = year - 1900;
+    parts.Month = (monthFromMarch + 2) % 12;
+    parts.Day = dayOfYear - (153 * monthFromMarch + 2) / 5 + 1;
+    parts.Weekday = ((days + 4) % 7 + 7) % 7;
+    parts.DayOfYear = dayOfYear >= kDaysToJanuary
+                          ? dayOfYear - kDaysToJanuary
+                          : dayOfYear + kDaysToMarch + (VnDate::IsLeapYear(year) ? 1 : 0);
     return true;
 }
 
@@ -138,27 +141,27 @@ VnDateParts VnDate::GetParts(bool withTime, bool wholeSeconds, bool withDate) co
     if (IsEmpty() || !(std::fabs(Serial) < kLargestSerial)) {
         return parts;
     }
-    auto days = static_cast<int64_t>(std::floor(Serial - kUnixEpoch + kTolerance));
+    auto days = static_cast<int32_t>(std::floor(Serial - kUnixEpoch + kTolerance));
+    int32_t seconds = 0;
     if (withTime) {
         const double fraction = GetFraction();
-        auto milliseconds = static_cast<int64_t>(std::floor(fraction * 86400000 + 0.5));
+        auto milliseconds = static_cast<int32_t>(fraction * 86400000 + 0.5);
         // A mark is no time that could be rounded up.
         if (wholeSeconds && fraction > kLeastTime) {
             milliseconds = (milliseconds + 999) / 1000 * 1000;
             days += milliseconds / 86400000;
         }
-        const auto seconds = static_cast<int32_t>(milliseconds / 1000 % 86400);
-        parts.Hour = seconds / 3600;
-        parts.Minute = seconds / 60 % 60;
-        parts.Second = seconds % 60;
+        seconds = milliseconds / 1000 % 86400;
     }
-    VnDateParts date = parts;
-    if (!SetCivil(date, days)) {
-        return VnDateParts();
+    if (!SetCivil(parts, days)) {
+        return parts;
     }
-    if (withDate) {
-        parts = date;
+    if (!withDate) {
+        parts = VnDateParts();
     }
+    parts.Hour = seconds / 3600;
+    parts.Minute = seconds / 60 % 60;
+    parts.Second = seconds % 60;
     parts.IsValid = true;
     return parts;
 }

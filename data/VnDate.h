@@ -198,7 +198,7 @@ public:
     VnDate DateOnly() const;
     /// Seconds since midnight with their fraction; 0 where the fraction is no time.
     double SecondsOfDay() const;
-    /// Whether both lie in the same day of the scale.
+    /// Whether both lie in the same day of the scale, or both are no date.
     bool IsSameDay(const VnDate& other) const;
     /// Whether year, month and day of both are the same.
     bool IsSameDate(const VnDate& other) const;
@@ -275,7 +275,8 @@ public:
 
     /// "minutes:seconds", and "hours:minutes:seconds" from `hourLimit` hours up (never when that is
     /// negative), with `decimals` of the seconds. `padHours` gives the hours two digits;
-    /// `numberFlags` are those of VnString::SetDouble, for the seconds.
+    /// `numberFlags` are those of VnString::SetDouble, for the seconds. Empty, as is FormatElapsed,
+    /// for what is no number.
     static VnString FormatDuration(double seconds,
                                    int32_t hourLimit = 1,
                                    int32_t decimals = 0,

@@ -2,6 +2,8 @@
 
 #include "core/VnString.h"
 
+#include <algorithm>
+
 namespace {
 
 /// Years of two digits below this number of years behind 2000 are in this century.
@@ -104,7 +106,10 @@ VnDate VnDate::NthWeekday(int32_t year, int32_t month, int32_t weekday, int32_t 
     if (day > 31) {
         day -= 7;
     }
-    return result.FromYMDHMS(year, month, day);
+    // By way of StoreDay the year counts as it stands, as it did for the weekday. Far years are
+    // refused there; the clamp keeps its arithmetic from overflowing.
+    result.StoreDay(std::clamp(year, -100000, 100000), month, day, /*noMark=*/true);
+    return result;
 }
 
 VnDate VnDate::LastWeekday(int32_t year, int32_t month, int32_t weekday) {

@@ -81,7 +81,7 @@ VnString FormatMinutes(double seconds, VnDate::ElapsedMode mode) {
 VnString VnDate::FormatDuration(
     double seconds, int32_t hourLimit, int32_t decimals, bool padHours, uint32_t numberFlags) {
     if (!std::isfinite(seconds)) {
-        return VnString(L'?');
+        return VnString();
     }
     decimals = std::clamp(decimals, 0, 9);
     // Rounded ahead of the split, or 59.7 seconds would read "0:60".
@@ -94,7 +94,7 @@ VnString VnDate::FormatDuration(
     secondsText.SetDouble(total - static_cast<double>(minutes * 60), decimals, true, 2,
                           numberFlags);
     VnString text;
-    if (seconds < 0 && total > 0) {
+    if (seconds < 0) {
         text = L'-';
     }
     if (!withHours) {
@@ -106,7 +106,7 @@ VnString VnDate::FormatDuration(
 
 VnString VnDate::FormatElapsed(double seconds, ElapsedMode mode) {
     if (!std::isfinite(seconds)) {
-        return VnString(L'?');
+        return VnString();
     }
     seconds = std::clamp(seconds, -kLongestTime, kLongestTime);
     if (mode == kElapsedClock && seconds < kDay) {

@@ -125,7 +125,7 @@ double VnDate::SecondsOfDay() const {
 }
 
 bool VnDate::IsSameDay(const VnDate& other) const {
-    return std::floor(Serial) == std::floor(other.Serial);
+    return IsEmpty() == other.IsEmpty() && std::floor(Serial) == std::floor(other.Serial);
 }
 
 bool VnDate::IsSameDate(const VnDate& other) const {

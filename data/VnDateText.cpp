@@ -15,6 +15,58 @@ constexpr const wchar_t* kWeekdayNames[] = {L"Sun", L"Mon", L"Tue", L"Wed", L"Th
 constexpr const wchar_t* kMonthNames[] = {L"Jan", L"Feb", L"Mar", L"Apr", L"May", L"Jun",
                                           L"Jul", L"Aug", L"Sep", L"Oct", L"Nov", L"Dec"};
 
+/// The text of a date, put together on the stack: dates are written by the thousand.
+class CDateDigits {
+public:
+    void Put(wchar_t ch) { Text[Length++] = ch; }
+
+    /// 0 to 99 in two digits.
+    void PutPair(int32_t value) {
+        Put(static_cast<wchar_t>(L'0' + value / 10));
+        Put(static_cast<wchar_t>(L'0' + value % 10));
+    }
+
+    /// A year in four digits or more, behind its sign.
+    void PutYear(int32_t year) {
+        if (year < 0) {
+            Put(L'-');
+            year = -year;
+        }
+        if (year >= 10000) {
+            Put(static_cast<wchar_t>(L'0' + year / 10000));
+            year %= 10000;
+        }
+        PutPair(year / 100);
+        PutPair(year % 100);
+    }
+
+    void PutDate(const VnDateParts& parts, wchar_t separator) {
+        PutYear(parts.GetFullYear());
+        PutNext(separator, parts.GetFullMonth());
+        PutNext(separator, parts.Day);
+    }
+    void PutTime(const VnDateParts& parts, wchar_t separator) {
+        Put(L'T');
+        PutPair(parts.Hour);
+        PutNext(separator, parts.Minute);
+        PutNext(separator, parts.Second);
+    }
+
+    VnString Get() const { return VnString(Text, Length); }
+
+private:
+    /// A pair behind its separator, which is 0 for none.
+    void PutNext(wchar_t separator, int32_t value) {
+        if (separator != 0) {
+            Put(separator);
+        }
+        PutPair(value);
+    }
+
+    wchar_t Text[32]; ///< a year has five digits at most, and a sign
+    int32_t Length = 0;
+};
+
 VnString
 FormatRFC1123Parts(const VnDateParts& parts, const VnString& weekday, const VnString& month) {
     return VnString::Formatted(L"%s, %d %s %d %02d:%02d:%02d GMT", weekday, parts.Day, month,
@@ -57,13 +109,15 @@ VnString VnDate::FormatISO(bool zSuffix, bool shorten) const {
     if (shorten && IsYearOnly()) {
         return VnString::FromInt(parts.GetFullYear());
     }
-    VnString text = VnString::Formatted(L"%04d-%02d-%02d", parts.GetFullYear(),
-                                        parts.GetFullMonth(), parts.Day);
+    CDateDigits text;
+    text.PutDate(parts, L'-');
     if (!shorten || HasTime()) {
-        text.AppendFormat(L"T%02d:%02d:%02d%s", parts.Hour, parts.Minute, parts.Second,
-                          zSuffix ? L"Z" : L"");
+        text.PutTime(parts, L':');
+        if (zSuffix) {
+            text.Put(L'Z');
+        }
     }
-    return text;
+    return text.Get();
 }
 
 VnString VnDate::FormatICal() const {
@@ -71,9 +125,11 @@ VnString VnDate::FormatICal() const {
     if (!parts.IsValid) {
         return VnString();
     }
-    return VnString::Formatted(L"%04d%02d%02dT%02d%02d%02dZ", parts.GetFullYear(),
-                               parts.GetFullMonth(), parts.Day, parts.Hour, parts.Minute,
-                               parts.Second);
+    CDateDigits text;
+    text.PutDate(parts, 0);
+    text.PutTime(parts, 0);
+    text.Put(L'Z');
+    return text.Get();
 }
 
 VnString VnDate::FormatRFC1123() const {

@@ -40,6 +40,9 @@ void ParseQuery(VnPropertyMap& map, const VnString& query, bool decode) {
     VnStringArray parts;
     parts.Split(query, L"&", /*trim=*/false, /*skipEmptyText=*/true);
     for (const VnString& part : parts) {
+        if (part.IsEmpty()) {
+            continue; // Split keeps an empty part between two separators
+        }
         const int32_t equals = part.Find(L'=');
         VnString key = equals < 0 ? part : part.Left(equals);
         VnString value = equals < 0 ? VnString() : part.Mid(equals + 1);

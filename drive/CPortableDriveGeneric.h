@@ -112,14 +112,15 @@ private:
     class CScan;
     static int32_t GetDepth(const wchar_t* location);
     /// Lists the files of the search folders. True when no two of the paths are equal in any letter
-    /// case.
-    bool FindFiles(VnStringArray& files);
+    /// case. `complete` tells whether every folder could be read to its end.
+    bool FindFiles(VnStringArray& files, bool& complete);
     void FindPlaylistFiles(const VnString& location, VnStringArray& files);
     void ReadPlaylistLines(const VnString& path, VnStringArray& files);
     void ReadASXPlaylist(const VnString& path, VnStringArray& files);
     bool ResolvePlaylistLine(VnString line, VnString& path);
-    /// Drops the records of files that `files` does not hold; null when there are none.
-    void RemoveVanishedRecords(const VnStringArray* files);
+    /// Drops the records of files that `files` does not hold; null when there are none. Unless the
+    /// list is `complete`, a file that is still there keeps its record.
+    void RemoveVanishedRecords(const VnStringArray* files, bool complete);
 
     // Upload
     static void FitToPathLimit(VnString& target, const VnString& extension);

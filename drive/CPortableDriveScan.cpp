@@ -6,6 +6,7 @@
 #include "drive/CItemText.h"
 #include "drive/CPortableDriveGeneric.h"
 #include "files/VnFileScanner.h"
+#include "files/VnFileSystem.h"
 #include "files/VnFilename.h"
 #include "files/VnFilenameArray.h"
 #include "files/VnURL.h"
@@ -207,8 +208,9 @@ int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFile
     LoadDatabase();
     VnStringArray files;
     bool distinct = false;
+    bool complete = true;
     if (wholeDevice) {
-        distinct = FindFiles(files);
+        distinct = FindFiles(files, complete);
     } else if (depth == 2) {
         log.Write("Getting playlist files");
         FindPlaylistFiles(VnString(location), files);
@@ -224,13 +226,13 @@ int32_t CPortableDriveGeneric::GetFiles(const wchar_t* location, IVnHandheldFile
             // file.
             const int32_t records = DatabaseMap.GetCount() + Stored.GetCount();
             const bool allPresent = distinct && scan.GetKnownCount() == records;
-            RemoveVanishedRecords(allPresent ? nullptr : &files);
+            RemoveVanishedRecords(allPresent ? nullptr : &files, complete);
         }
     }
     return kResultOk;
 }
 
-void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files) {
+void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files, bool complete) {
     constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
     VnLog(kLogHandheld, kName,
           L"Looking for files in the database that are no longer on the device");
@@ -246,7 +248,8 @@ void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files) {
     VnStringArray vanished;
     CDatabaseMap& map = GetDatabaseMap();
     for (auto cursor = map.GetFirst(); cursor.Item != nullptr; map.GetNext(cursor)) {
-        if (!present.Contains(cursor.Item->Key)) {
+        const VnString& path = cursor.Item->Key;
+        if (!present.Contains(path) && (complete || !VnFileSystem::IsFile(path))) {
             vanished.Add(cursor.Item->Key);
         }
     }
@@ -262,7 +265,7 @@ void CPortableDriveGeneric::RemoveVanishedRecords(const VnStringArray* files) {
     }
 }
 
-bool CPortableDriveGeneric::FindFiles(VnStringArray& files) {
+bool CPortableDriveGeneric::FindFiles(VnStringArray& files, bool& complete) {
     constexpr const wchar_t* kName = L"CPortableDriveGeneric::GetFiles";
     VnLog(kLogHandheld, kName, L"Searching device for files");
     VnPropertyMap& info = GetDeviceInfo();
@@ -295,6 +298,7 @@ bool CPortableDriveGeneric::FindFiles(VnStringArray& files) {
         scanner.SetSumSizes(false);
         scanner.SetResults(&files);
         scanner.Scan();
+        complete = complete && scanner.IsComplete();
     }
     for (int32_t i = files.GetCount() - 1; i >= 0; --i) {
         if (files[i].StartsWith(L'.')) {

@@ -42,7 +42,8 @@ public:
     bool CreateTarget(VnString& target);
     /// The loop; true when the whole source has arrived.
     bool Copy();
-    void Close();
+    /// False when the target lost something of what was written.
+    bool Close();
 
 private:
     void MakeRoom();
@@ -124,9 +125,10 @@ bool CPortableDriveBase::CTransfer::Copy() {
     return complete && Total == SourceLength;
 }
 
-void CPortableDriveBase::CTransfer::Close() {
-    Target->Close();
+bool CPortableDriveBase::CTransfer::Close() {
+    const bool written = Target->CloseWritten();
     Reader.reset();
+    return written;
 }
 
 void CPortableDriveBase::CTransfer::MakeRoom() {
@@ -160,8 +162,8 @@ bool CPortableDriveBase::TransferFile(const VnString& source, VnString& target) 
     if (!transfer.OpenSource(source) || !transfer.CreateTarget(target)) {
         return false;
     }
-    const bool complete = transfer.Copy();
-    transfer.Close();
+    bool complete = transfer.Copy();
+    complete = transfer.Close() && complete;
     if (!complete) {
         VnFileSystem::DeleteFile(target);
     }

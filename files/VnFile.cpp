@@ -4,6 +4,7 @@
 #include "data/VnDate.h"
 #include "files/VnFileInfo.h"
 #include "files/VnFileSystem.h"
+#include "runtime/VnLog.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -149,12 +150,25 @@ bool VnFile::Open(const VnString& filename, uint32_t access, uint32_t share, uin
 }
 
 bool VnFile::Close() {
-    if (IsOpen) {
-        close(Descriptor);
-        IsOpen = false;
-        Descriptor = -1;
-    }
+    CloseWritten();
     return true;
+}
+
+bool VnFile::CloseWritten() {
+    if (!IsOpen) {
+        return true;
+    }
+    // Not run again after a signal: the descriptor is gone by then, and may be somebody else's.
+    const bool result = close(Descriptor) == 0;
+    IsOpen = false;
+    Descriptor = -1;
+    if (!result) {
+        const int32_t error = errno;
+        VnLog(kLogGeneral, L"VnFile::Close", L"Error %d closing file: %s", error,
+              Filename.Filename);
+        errno = error;
+    }
+    return result;
 }
 
 int64_t VnFile::GetPosition() const {
@@ -182,7 +196,10 @@ bool VnFile::SetLength(int64_t length) {
     if (IsOpen) {
         Seek(length, 0);
     }
-    if (length > GetLength()
+    // Without a known length there is no telling whether this makes the file longer: growing one
+    // that is longer already would leave it as it is.
+    const int64_t current = GetLength();
+    if (current >= 0 && length > current
         && RetryInterrupted([&] { return fallocate(Descriptor, 0, 0, length); }) == 0) {
         return true;
     }

@@ -68,8 +68,14 @@ public:
     bool Open(const VnFilename& filename, uint32_t access, uint32_t share, uint32_t disposition);
     bool Open(const VnString& filename, uint32_t access, uint32_t share, uint32_t disposition);
 
-    /// Closes the file if it is open, which gives up the lock. Always true.
+    /// Closes the file if it is open, which gives up the lock. Always true; a failure of the system
+    /// is logged.
     bool Close();
+
+    /// Closes as `Close` does. False when the system reports that something that was written before
+    /// did not reach the file, as network volumes and full quotas do only now; true for a closed
+    /// file. Who hands out what was written closes the file with this.
+    bool CloseWritten();
 
     // Position and length, in bytes
 

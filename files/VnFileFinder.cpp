@@ -5,8 +5,10 @@
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnSiblingModules.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <string_view>
 
 namespace {
@@ -56,6 +58,31 @@ VnString MakePattern(const VnString& path) {
     return pattern;
 }
 
+/// What the search of this thread marks when a directory cannot be read: glob(3) hands its own
+/// functions no argument of ours, and takes a directory that breaks off for one that has ended.
+thread_local bool* CompleteFlag = nullptr;
+
+void* OpenSearched(const char* path) {
+    DIR* directory = opendir(path);
+    if (directory == nullptr && errno != ENOTDIR) {
+        *CompleteFlag = false;
+    }
+    return directory;
+}
+
+dirent* ReadSearched(void* directory) {
+    errno = 0;
+    dirent* entry = readdir(static_cast<DIR*>(directory));
+    if (entry == nullptr && errno != 0) {
+        *CompleteFlag = false;
+    }
+    return entry;
+}
+
+void CloseSearched(void* directory) {
+    closedir(static_cast<DIR*>(directory));
+}
+
 } // namespace
 
 VnFileFinder::VnFileFinder(const VnString& path) : Pattern(path), Glob{} {
@@ -63,7 +90,14 @@ VnFileFinder::VnFileFinder(const VnString& path) : Pattern(path), Glob{} {
     if (localPath.IsEmpty() || !DirectoryExists(GetSearchedDirectory(localPath))) {
         return;
     }
-    const int result = glob(VnStringUTF8(MakePattern(localPath)), GLOB_MARK, nullptr, &Glob);
+    Glob.gl_opendir = OpenSearched;
+    Glob.gl_readdir = ReadSearched;
+    Glob.gl_closedir = CloseSearched;
+    Glob.gl_stat = stat;
+    Glob.gl_lstat = lstat;
+    CompleteFlag = &Complete;
+    const int result =
+        glob(VnStringUTF8(MakePattern(localPath)), GLOB_MARK | GLOB_ALTDIRFUNC, nullptr, &Glob);
     Valid = result == 0 || result == GLOB_NOMATCH;
     if (!Valid) {
         globfree(&Glob);

@@ -32,6 +32,10 @@ public:
     /// one whose directory does not exist.
     bool IsValid() const { return Valid; }
 
+    /// Whether every directory that the search looked into could be opened and read to its end; a
+    /// failed search is never complete. Who takes "not found" for "not there" asks this first.
+    bool IsComplete() const { return Valid && Complete; }
+
     /// Fills `info` from the next match and steps on; false at the end. A link that leads nowhere
     /// is a match too: its `info` has a path but is not valid.
     bool Next(VnFileInfo& info);
@@ -40,8 +44,9 @@ public:
     static bool Exists(const VnString& path);
 
 private:
-    bool Valid = false; ///< the search was made and gave a usable result
-    VnFilename Pattern; ///< what was searched for
-    uint64_t Index = 0; ///< next entry to hand out
-    glob_t Glob;        ///< the matches, owned while Valid
+    bool Valid = false;   ///< the search was made and gave a usable result
+    VnFilename Pattern;   ///< what was searched for
+    uint64_t Index = 0;   ///< next entry to hand out
+    glob_t Glob;          ///< the matches, owned while Valid
+    bool Complete = true; ///< no directory failed to open or broke off
 };

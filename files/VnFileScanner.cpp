@@ -17,15 +17,14 @@ VnFileScanner::VnFileScanner(const VnString& path, const VnStringArray& extensio
 void VnFileScanner::AddExtension(const wchar_t* extension) {
     if (extension != nullptr && extension[0] != 0) {
         Extensions.Add(extension);
+        Scanned = false;
     }
-    Scanned = false;
 }
 
 void VnFileScanner::AddExtensions(const VnStringArray& extensions) {
     for (const VnString& extension : extensions) {
         AddExtension(extension);
     }
-    Scanned = false;
 }
 
 void VnFileScanner::SetResults(VnStringArray* results) {

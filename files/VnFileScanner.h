@@ -56,6 +56,7 @@ public:
 
     /// Neither enters nor lists directories whose name begins with a dot; off at first.
     void SetSkipDotDirectories(bool skip);
+
     /// Off, the scan does not ask for the size of each file, which is most of its time on a large
     /// tree, and GetTotalSize gives 0.
     void SetSumSizes(bool sum);
@@ -78,6 +79,10 @@ public:
     void Rescan(const VnString& path, bool recursive);
     void Rescan(const VnString& path, const wchar_t* extension);
     void Rescan(const VnString& path, const wchar_t* extension, bool recursive);
+
+    /// Whether the last scan could read all that it came to: false when a directory that is there
+    /// could not be opened, or broke off. What is missing in the results may still be there then.
+    bool IsComplete() const { return Complete; }
 
     // Results. Each question scans first if that is still to be done.
 
@@ -119,6 +124,7 @@ private:
     void ClearResults();
 
     bool Scanned = false;     ///< the scan has run for the present settings
+    bool Complete = true;     ///< every directory was read to its end
     VnString Path;            ///< root directory, with a trailing "/"
     VnStringArray Extensions; ///< wanted extensions; empty means every file
     uint32_t ExcludeModeBits = 0;

@@ -12,7 +12,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <deque>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,22 +28,23 @@ namespace {
 /// Identity of a directory, whatever the path to it.
 using FileIdentity = std::pair<dev_t, ino_t>;
 
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { closedir(directory); }
-};
-using DirectoryHandle = std::unique_ptr<DIR, DirectoryCloser>;
+/// A directory that is open for reading.
+class CDirectory {
+public:
+    explicit CDirectory(const char* path)
+        : Descriptor(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK)) {}
+    ~CDirectory() {
+        if (Descriptor != -1) {
+            close(Descriptor);
+        }
+    }
+    CDirectory(const CDirectory&) = delete;
+    CDirectory& operator=(const CDirectory&) = delete;
+    CDirectory(CDirectory&&) = delete;
+    CDirectory& operator=(CDirectory&&) = delete;
 
-DirectoryHandle OpenDirectory(const char* path) {
-    const int descriptor = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor == -1) {
-        return nullptr;
-    }
-    DirectoryHandle directory(fdopendir(descriptor));
-    if (directory == nullptr) {
-        close(descriptor);
-    }
-    return directory;
-}
+    const int Descriptor; ///< -1 when it could not be opened
+};
 
 /// Whether the locale sorts by the bytes of a text: then its sort keys are the texts themselves.
 bool IsSortedByBytes() {
@@ -52,8 +57,8 @@ bool IsSortedByBytes() {
 /// The wanted entries of one directory, in the order in which glob(3) lists them with GLOB_MARK:
 /// by the locale's collation of the names, those of directories ending in "/".
 ///
-/// All names stand one behind the other in one block, so that a directory costs a handful of
-/// allocations however many entries it has.
+/// All names stand one behind the other in one block, and a listing is used again, so that most
+/// directories cost no allocation at all.
 class CListing {
 public:
     struct CEntry {
@@ -62,10 +67,16 @@ public:
         size_t Name;      ///< place of the zero-terminated name in Names
         int64_t Size;     ///< of a file in bytes, -1 when it has no record
         bool IsDirectory; ///< the name ends in "/"
+        bool IsLink;      ///< or may be one: nothing but a record says what it is
     };
 
-    void Add(std::string_view name, bool isDirectory, int64_t size) {
-        Entries.push_back({0, 0, Names.size(), size, isDirectory});
+    void Clear() {
+        Names.clear();
+        Entries.clear();
+    }
+
+    void Add(std::string_view name, bool isDirectory, bool isLink, int64_t size) {
+        Entries.push_back({0, 0, Names.size(), size, isDirectory, isLink});
         Names.append(name);
         if (isDirectory) {
             Names.push_back('/');
@@ -119,6 +130,35 @@ private:
     std::vector<CEntry> Entries;
 };
 
+/// The last answers about wanted extensions, since a tree has only a few different ones.
+class CExtensionMemory {
+public:
+    explicit CExtensionMemory(const VnStringArray& extensions) : Extensions(extensions) {}
+
+    bool IsWanted(std::string_view extension) {
+        const size_t hash = std::hash<std::string_view>()(extension);
+        CAnswer& answer = Answers[hash % std::size(Answers)];
+        if (!answer.IsKnown || answer.Extension != extension) {
+            answer.Extension = extension;
+            VnString text;
+            text.SetFileSystemText(answer.Extension.c_str());
+            answer.IsWanted = Extensions.Find(text, /*caseFlag=*/false, /*whole=*/true) >= 0;
+            answer.IsKnown = true;
+        }
+        return answer.IsWanted;
+    }
+
+private:
+    struct CAnswer {
+        std::string Extension;
+        bool IsKnown = false;
+        bool IsWanted = false;
+    };
+
+    const VnStringArray& Extensions;
+    CAnswer Answers[32];
+};
+
 } // namespace
 
 /// One run of a scan. The directory that is being read is kept as bytes for the system and as text
@@ -129,57 +169,64 @@ public:
     explicit CWalk(VnFileScanner& scanner)
         : Scanner(scanner)
         , ByBytes(IsSortedByBytes())
-        , WantsDirectories(scanner.Recursive || scanner.IncludeDirectories) {}
+        , WantsDirectories(scanner.Recursive || scanner.IncludeDirectories)
+        , Extensions(scanner.Extensions) {}
 
     /// Walks the directory of this path, which ends in "/".
     void Run(const VnString& path) {
         PathBytes = VnStringUTF8(path).GetBytes();
-        Walk(path);
+        PathText.assign(path.GetText(), static_cast<size_t>(path.GetLength()));
+        Walk(/*isBelowLink=*/false);
     }
 
 private:
-    void Walk(const VnString& path);
+    void Walk(bool isBelowLink);
+    void Enter(const char* name, bool isBelowLink);
+    bool IsOwnAncestor();
+    void NoteFailure();
     bool Read(CListing& listing);
-    void ReadEntry(CListing& listing, int descriptor, const dirent& entry);
+    void ReadEntry(CListing& listing, int descriptor, const dirent64& entry);
     bool IsWantedName(std::string_view name);
-    void AddResult(const VnString& path) {
-        if (Scanner.Results != nullptr) {
-            Scanner.Results->Add(path);
-        }
-    }
+    void AppendName(const char* name);
+    void AddResult(const char* name);
+
+    static constexpr size_t kReadSize = 0x10000; ///< bytes of entries that the system gives at once
 
     VnFileScanner& Scanner;
     const bool ByBytes;
     const bool WantsDirectories;
+    CExtensionMemory Extensions;
     std::string PathBytes;               ///< of the current directory, with its final "/"
-    std::vector<FileIdentity> Ancestors; ///< of the current directory, and itself
-    std::string LastExtension;           ///< the extension that was tested last, as bytes
-    bool LastWanted = false;             ///< the result of that test
+    std::wstring PathText;               ///< the same as text
+    std::vector<size_t> Depths;          ///< ends of the directories on the way in PathBytes
+    std::vector<FileIdentity> Ancestors; ///< of the first of them, as far as they were asked for
+    std::deque<CListing> Listings; ///< of the directories on the way, and room for deeper ones
+    const std::unique_ptr<char[]> ReadBuffer = std::make_unique<char[]>(kReadSize);
 };
 
-namespace {
-
-/// `directory` with a name from the file system behind it.
-VnString JoinPath(const VnString& directory, const char* name) {
-    const size_t nameLength = std::strlen(name);
-    const int32_t directoryLength = directory.GetLength();
-    const int32_t length =
-        VnStringDetail::AddLengths(directoryLength, static_cast<int64_t>(nameLength));
-    VnString path;
-    wchar_t* out = path.GetBuffer(length, true, false);
-    std::wmemcpy(out, directory.GetText(), static_cast<size_t>(directoryLength));
-    if (VnStringDetail::WidenASCII(name, nameLength, out + directoryLength) == nameLength) {
-        path.ReleaseBuffer(length);
-        return path;
+/// Appends a name from the file system to the text of the path.
+void VnFileScanner::CWalk::AppendName(const char* name) {
+    const size_t start = PathText.size();
+    const size_t length = std::strlen(name);
+    PathText.resize(start + length);
+    if (VnStringDetail::WidenASCII(name, length, PathText.data() + start) != length) {
+        VnString text;
+        text.SetFileSystemText(name);
+        PathText.replace(start, length, text.GetText(), static_cast<size_t>(text.GetLength()));
     }
-    path.ReleaseBuffer(directoryLength);
-    VnString text;
-    text.SetFileSystemText(name);
-    path.Append(text);
-    return path;
 }
 
-} // namespace
+void VnFileScanner::CWalk::AddResult(const char* name) {
+    if (Scanner.Results == nullptr) {
+        return;
+    }
+    const size_t start = PathText.size();
+    AppendName(name);
+    VnStringArray& results = *Scanner.Results;
+    const int32_t index = results.Add(VnString());
+    results[index].Assign(PathText.data(), static_cast<int32_t>(PathText.size()));
+    PathText.resize(start);
+}
 
 /// Whether a file of this name is wanted for its extension.
 bool VnFileScanner::CWalk::IsWantedName(std::string_view name) {
@@ -187,35 +234,27 @@ bool VnFileScanner::CWalk::IsWantedName(std::string_view name) {
         return true;
     }
     const size_t dot = name.rfind('.');
-    const std::string_view extension = dot == std::string_view::npos ? name : name.substr(dot + 1);
-    // Neighbours mostly have the same one.
-    if (LastExtension.empty() || extension != LastExtension) {
-        LastExtension = extension;
-        VnString text;
-        text.SetFileSystemText(LastExtension.c_str());
-        LastWanted = Scanner.Extensions.Find(text, /*caseFlag=*/false, /*whole=*/true) >= 0;
-    }
-    return LastWanted;
+    return Extensions.IsWanted(dot == std::string_view::npos ? name : name.substr(dot + 1));
 }
 
 /// Puts one entry into the listing if it is wanted. It costs a stat only for what the directory
 /// does not tell: the size of a listed file, the mode bits, and where a link leads.
-void VnFileScanner::CWalk::ReadEntry(CListing& listing, int descriptor, const dirent& entry) {
+void VnFileScanner::CWalk::ReadEntry(CListing& listing, int descriptor, const dirent64& entry) {
     const std::string_view name = entry.d_name;
     if (name == "." || name == "..") {
         return;
     }
     const bool isHidden = name[0] == '.';
-    const bool isUnknown = entry.d_type == DT_UNKNOWN || entry.d_type == DT_LNK;
+    const bool isLink = entry.d_type == DT_UNKNOWN || entry.d_type == DT_LNK;
     bool isDirectory = entry.d_type == DT_DIR;
     const bool wantsFile = !isHidden && Scanner.IncludeFiles && !isDirectory && IsWantedName(name);
     const bool wantsDirectory = WantsDirectories && !(isHidden && Scanner.SkipDotDirectories);
-    if (!wantsFile && !(wantsDirectory && (isDirectory || isUnknown))) {
+    if (!wantsFile && !(wantsDirectory && (isDirectory || isLink))) {
         return;
     }
     int64_t size = 0;
     const bool needsSize = !isDirectory && Scanner.SumSizes;
-    if (isUnknown || needsSize || Scanner.ExcludeModeBits != 0) {
+    if (isLink || needsSize || Scanner.ExcludeModeBits != 0) {
         struct stat record = {};
         const bool found = fstatat(descriptor, entry.d_name, &record, 0) == 0;
         if (found && (record.st_mode & Scanner.ExcludeModeBits) != 0) {
@@ -225,61 +264,88 @@ void VnFileScanner::CWalk::ReadEntry(CListing& listing, int descriptor, const di
         isDirectory = found ? S_ISDIR(record.st_mode) : isDirectory;
     }
     if (isDirectory ? wantsDirectory : wantsFile) {
-        listing.Add(name, isDirectory, isDirectory ? 0 : size);
+        listing.Add(name, isDirectory, isLink, isDirectory ? 0 : size);
     }
 }
 
-/// Reads the current directory; false when that cannot be done, or it is its own ancestor.
+/// Whether the current directory is one of those on the way to it. Only a link leads back, so the
+/// identities are not asked for until one was followed.
+bool VnFileScanner::CWalk::IsOwnAncestor() {
+    while (Ancestors.size() < Depths.size()) {
+        struct stat record = {};
+        const std::string path = PathBytes.substr(0, Depths[Ancestors.size()]);
+        const bool found = stat(path.c_str(), &record) == 0;
+        Ancestors.push_back(found ? FileIdentity(record.st_dev, record.st_ino) : FileIdentity());
+    }
+    return std::find(Ancestors.begin(), Ancestors.end() - 1, Ancestors.back())
+           != Ancestors.end() - 1;
+}
+
+/// A directory that has gone meanwhile holds nothing; any other failure may hide what is there.
+void VnFileScanner::CWalk::NoteFailure() {
+    Scanner.Complete = Scanner.Complete && errno == ENOENT;
+}
+
+/// Reads the current directory; false when that cannot be done.
 bool VnFileScanner::CWalk::Read(CListing& listing) {
-    const DirectoryHandle directory = OpenDirectory(PathBytes.c_str());
-    struct stat record = {};
-    if (directory == nullptr || fstat(dirfd(directory.get()), &record) != 0) {
+    const CDirectory directory(PathBytes.c_str());
+    if (directory.Descriptor == -1) {
+        NoteFailure();
         return false;
     }
-    const FileIdentity identity(record.st_dev, record.st_ino);
-    if (std::find(Ancestors.begin(), Ancestors.end(), identity) != Ancestors.end()) {
-        return false;
-    }
-    Ancestors.push_back(identity);
-    const int descriptor = dirfd(directory.get());
     while (!Scanner.IsCancelled()) {
-        const dirent* entry = readdir(directory.get());
-        if (entry == nullptr) {
+        const ssize_t length = getdents64(directory.Descriptor, ReadBuffer.get(), kReadSize);
+        if (length < 0) {
+            NoteFailure();
+        }
+        if (length <= 0) {
             break;
         }
-        ReadEntry(listing, descriptor, *entry);
+        for (ssize_t place = 0; place < length && !Scanner.IsCancelled();) {
+            const auto* entry = reinterpret_cast<const dirent64*>(ReadBuffer.get() + place);
+            ReadEntry(listing, directory.Descriptor, *entry);
+            place += entry->d_reclen;
+        }
     }
     return true;
 }
 
-void VnFileScanner::CWalk::Walk(const VnString& path) {
-    CListing listing;
-    if (Scanner.IsCancelled() || !Read(listing)) {
-        return;
+/// Lists the current directory and what is below it.
+void VnFileScanner::CWalk::Walk(bool isBelowLink) {
+    if (Listings.size() <= Depths.size()) {
+        Listings.emplace_back();
     }
-    listing.Sort(ByBytes);
-    const size_t pathLength = PathBytes.size();
-    for (const CListing::CEntry& entry : listing.GetEntries()) {
-        if (Scanner.IsCancelled()) {
-            break;
-        }
-        const char* name = listing.GetName(entry);
-        if (!entry.IsDirectory) {
-            AddResult(JoinPath(path, name));
-            Scanner.TotalSize += entry.Size;
-            continue;
-        }
-        const VnString directory = JoinPath(path, name);
-        if (Scanner.IncludeDirectories) {
-            AddResult(directory);
-        }
-        if (Scanner.Recursive) {
-            PathBytes.append(name);
-            Walk(directory);
-            PathBytes.resize(pathLength);
+    CListing& listing = Listings[Depths.size()];
+    listing.Clear();
+    Depths.push_back(PathBytes.size());
+    if (!Scanner.IsCancelled() && !(isBelowLink && IsOwnAncestor()) && Read(listing)) {
+        listing.Sort(ByBytes);
+        for (const CListing::CEntry& entry : listing.GetEntries()) {
+            if (Scanner.IsCancelled()) {
+                break;
+            }
+            const char* name = listing.GetName(entry);
+            if (!entry.IsDirectory || Scanner.IncludeDirectories) {
+                AddResult(name);
+                Scanner.TotalSize += entry.Size;
+            }
+            if (entry.IsDirectory && Scanner.Recursive) {
+                Enter(name, isBelowLink || entry.IsLink);
+            }
         }
     }
-    Ancestors.pop_back();
+    Depths.pop_back();
+    Ancestors.resize(std::min(Ancestors.size(), Depths.size()));
+}
+
+void VnFileScanner::CWalk::Enter(const char* name, bool isBelowLink) {
+    const size_t bytes = PathBytes.size();
+    const size_t characters = PathText.size();
+    PathBytes.append(name);
+    AppendName(name);
+    Walk(isBelowLink);
+    PathBytes.resize(bytes);
+    PathText.resize(characters);
 }
 
 bool VnFileScanner::IsCancelled() const {
@@ -292,6 +358,7 @@ void VnFileScanner::Scan() {
         return;
     }
     Scanned = true;
+    Complete = true;
     VnString path = VnFilename(Path).GetLocalPath();
     path.EnsureTrailing(L'/'); // the stored form of a name has it behind its end
     if (path.IsEmpty()) {

@@ -61,7 +61,10 @@ VnString ReadTextFile(const VnString& path) {
             break;
         }
     }
-    return VnString::FromFileSystemText(bytes.data(), static_cast<int64_t>(bytes.size()));
+    // Half a line would be taken for a path.
+    const bool isWhole = file != nullptr && ferror(file.get()) == 0;
+    return isWhole ? VnString::FromFileSystemText(bytes.data(), static_cast<int64_t>(bytes.size()))
+                   : VnString();
 }
 
 /// The text between the first two double quotes; a line without quotes gives itself.
@@ -182,13 +185,20 @@ VnString VnFileSystem::GetXDGUserDirectory(const VnString& key) {
     if (configuration.IsEmpty()) {
         configuration = Below(GetDirectoryHome(), L".config");
     }
+    const VnString text = ReadTextFile(Normalized(configuration) + L"user-dirs.dirs");
+    return VnFilenameDetail::FindUserDirectory(text, key, GetEnvironment(L"HOME"));
+}
+
+VnString VnFilenameDetail::FindUserDirectory(const VnString& text,
+                                             const VnString& key,
+                                             const VnString& home) {
     VnStringArray lines;
-    lines.Split(ReadTextFile(Normalized(configuration) + L"user-dirs.dirs"), L"\n");
+    lines.Split(text, L"\n");
     for (VnString& line : lines) {
         line.Trim();
         VnString value = line.StartsWith(key, /*caseFlag=*/false) ? GetQuoted(line) : VnString();
         if (!value.IsEmpty()) {
-            VnFilenameDetail::ReplaceNoCase(value, L"$HOME", GetEnvironment(L"HOME"));
+            ReplaceNoCase(value, L"$HOME", home);
             return Normalized(value);
         }
     }

@@ -68,6 +68,9 @@ VnString GetShellPath(const VnString& path) {
     VnString absolute(path);
     if (!path.StartsWith(L'/')) {
         absolute = VnFileSystem::GetCurrentDirectory();
+        if (absolute.IsEmpty()) {
+            absolute = L"."; // gone or hidden, and the name must still not pass for an option
+        }
         absolute.EnsureTrailing(L'/');
         absolute += path;
     }
@@ -113,7 +116,8 @@ bool MoveFile(const VnString& source, const VnString& destination) {
 }
 
 bool CopyFile(const VnString& source, const VnString& destination, bool failIfExists) {
-    if (source.IsEmpty() || destination.IsEmpty() || (failIfExists && FileExists(destination))) {
+    // Asked by the text as it stands: FileExists would take what follows a ";" for no part of it.
+    if (source.IsEmpty() || destination.IsEmpty() || (failIfExists && IsFile(destination))) {
         return false;
     }
     return RunShellLine(L"cp -f %s %s", source, destination);
@@ -148,6 +152,20 @@ bool MoveToDirectory(const VnString& file, const VnString& directory, const VnSt
 
 namespace {
 
+/// Moves `replacement` to a `target` that does not exist. A move to another volume that broke off
+/// must not leave a part of the file under its name.
+bool MoveToFreeName(const VnString& target, const VnString& replacement) {
+    if (MoveFile(replacement, target)) {
+        return true;
+    }
+    struct stat part {};
+    struct stat whole {};
+    if (GetStat(target, part) && GetStat(replacement, whole) && part.st_size < whole.st_size) {
+        DeleteFile(target);
+    }
+    return false;
+}
+
 /// Puts `replacement` in the place of a `target` that exists.
 bool ReplaceExistingFile(const VnString& target, const VnString& replacement) {
     const VnString name = L"VnFileSystem::SafeReplaceFile";
@@ -174,7 +192,7 @@ bool SafeReplaceFile(const VnString& target,
     bool result = GetFileSize(replacement, /*allowRemote=*/true) >= minimumSize;
     if (result) {
         result = FileExists(target) ? ReplaceExistingFile(target, replacement)
-                                    : MoveFile(replacement, target);
+                                    : MoveToFreeName(target, replacement);
     }
     if (!result && deleteReplacementOnFailure) {
         DeleteFile(replacement);

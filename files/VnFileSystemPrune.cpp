@@ -6,6 +6,8 @@
 #include "files/VnFileInfo.h"
 #include "runtime/VnQSort.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <memory>
 
@@ -25,13 +27,22 @@ public:
     }
 };
 
+/// Whether it is known of an entry that it is no directory, and how old it is. A link that leads
+/// nowhere counts as very old; a file whose record cannot be read may be the newest.
+bool IsFileOfKnownAge(const VnFileInfo& info) {
+    struct stat record {};
+    return info.Valid
+               ? !info.IsDirectory()
+               : lstat(VnStringUTF8(info.GetFilename()), &record) == 0 && S_ISLNK(record.st_mode);
+}
+
 void ListFiles(const VnString& directory, PruneFiles& files) {
     VnString pattern(directory);
     pattern.EnsureTrailing(L'/');
     VnFileFinder finder(pattern);
     VnFileInfo info;
     while (finder.Next(info)) {
-        if (!info.IsDirectory()) {
+        if (IsFileOfKnownAge(info)) {
             auto file = std::make_unique<VnFileSystem::CPruneFile>();
             file->Path = info.GetFilename();
             file->Date = info.GetModificationDate().GetSerial();

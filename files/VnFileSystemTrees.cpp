@@ -78,19 +78,10 @@ void ReportRejectedDelete(const VnString& path) {
     std::fclose(trace);
 }
 
-bool IsLink(const VnString& path) {
+/// Whether a path is known to name a directory itself, and not a link to one.
+bool IsDirectoryAndNoLink(const VnString& path) {
     struct stat record {};
-    return lstat(VnStringUTF8(path), &record) == 0 && S_ISLNK(record.st_mode);
-}
-
-/// Whether the names in a directory can be read. A finder cannot tell: to glob(3) a directory that
-/// does not open, if only for want of descriptors, looks like an empty one.
-bool CanList(const VnString& path) {
-    const int descriptor = open(VnStringUTF8(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor != -1) {
-        close(descriptor);
-    }
-    return descriptor != -1;
+    return lstat(VnStringUTF8(path), &record) == 0 && S_ISDIR(record.st_mode);
 }
 
 /// One run of IsDirectoryEmpty.
@@ -108,7 +99,7 @@ public:
             return true;
         }
         VnFileFinder finder(directory.Filename.Filename);
-        if (!finder.IsValid() || !CanList(directory.Filename.Filename)) {
+        if (!finder.IsComplete()) {
             return DefaultResult;
         }
         Ancestors.push_back(identity);
@@ -214,14 +205,14 @@ bool DeleteDirectoryTree(const VnString& path,
     if (path.IsEmpty()) {
         return false;
     }
-    // What cannot be listed may hold something that is to stay.
-    bool kept =
-        (keepExtensions != nullptr || keepNames != nullptr) && IsDirectory(path) && !CanList(path);
     VnFileFinder finder(WithSlash(path));
+    // What cannot be listed may hold something that is to stay.
+    bool kept = (keepExtensions != nullptr || keepNames != nullptr) && IsDirectory(path)
+                && !finder.IsComplete();
     VnFileInfo info;
     while (finder.Next(info)) {
         const VnString entry = WithoutSlash(info.Filename.Filename);
-        if (info.IsDirectory() && !IsLink(entry)) {
+        if (IsDirectoryAndNoLink(entry)) {
             DeleteDirectoryTree(entry);
             continue;
         }

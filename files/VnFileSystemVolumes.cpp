@@ -225,7 +225,7 @@ bool VnFileSystem::GetMacAddresses(VnStringArray& addresses) {
 }
 
 VnString VnFileSystem::GetFirstMacAddressUnconditionally() {
-    static const VnString kName = L"VnFileSystem::GetFirstMacAddressUnconditionally";
+    static constexpr const wchar_t* kName = L"VnFileSystem::GetFirstMacAddressUnconditionally";
     const Socket socket;
     if (socket.Descriptor < 0) {
         VnLog(kLogCategory, kName, L"Can't create socket");

@@ -66,7 +66,8 @@ bool VnFilename::ShortenToPathLimit(bool makeUnique,
 
     Assemble(drive, directory, name, extension);
     while (makeUnique && VnFileSystem::FileExists(Filename, /*useToolsModule=*/true)) {
-        IncrementName();
+        name.MakeUnique();
+        Assemble(drive, directory, name, extension);
     }
     ParseFilenameForm(/*clearProperties=*/false);
     return true;

@@ -2,6 +2,7 @@
 
 #include "core/VnBuffer.h"
 #include "core/VnDllString.h"
+#include "files/VnFilenameDetail.h"
 #include "files/VnURL.h"
 #include "runtime/IVnMIMEService.h"
 #include "runtime/IVnReader.h"
@@ -51,15 +52,7 @@ VnString GetContentType(const VnFilename& filename, std::unique_ptr<IVnReader>& 
     VnBuffer start;
     if (type.IsEmpty()
         && ReadURLData(filename, reader, start, kHeaderBytes, /*openFirst=*/false, kTimeoutMS)) {
-        static constexpr char kHeader[] = "content-type:";
-        const int64_t hit = start.FindText(kHeader, /*caseFlag=*/false);
-        if (hit >= 0) {
-            const auto* text = reinterpret_cast<const char*>(start.GetData());
-            const char* from = text + hit + sizeof(kHeader) - 1;
-            type.SetBytes(from, std::find(from, text + start.GetSize(), '\n') - from,
-                          /*stopAtZero=*/true);
-            type.Trim();
-        }
+        type = VnFilenameDetail::FindContentType(start);
     }
     VnLog(kLogCategory, L"VnFilename::SetFileTypeFromURLMimeType", L"Content-Type: %s", type);
     return type.IsEmpty() ? VnString(L"audio/mpeg") : type;
@@ -81,19 +74,6 @@ VnString GetExtensionOf(const VnString& contentType) {
 bool MayBePlaylist(const VnString& extension) {
     return extension.EqualsNoCase(L"asf") || extension.EqualsNoCase(L"wmv")
            || extension.EqualsNoCase(L"wma") || extension.EqualsNoCase(L"htm");
-}
-
-/// The URL that a body consists of; empty for any other body.
-VnString GetPointerTarget(const VnBuffer& body) {
-    VnString text =
-        VnString::FromBytes(reinterpret_cast<const char*>(body.GetData()), body.GetSize());
-    if ((!text.StartsWith(L"http://") && !text.StartsWith(L"mms://"))
-        || text.Find(L"://", 7) >= 0) {
-        return {};
-    }
-    text = text.LeftUpTo(L"\r\n");
-    text.Trim();
-    return text;
 }
 
 /// What one look at a URL came to.
@@ -141,7 +121,7 @@ Outcome Probe(VnFilename& filename, bool followPlaylist) {
     if (body.FindText("<asx", /*caseFlag=*/false) >= 0) {
         return Accept(filename, L"asx");
     }
-    const VnString target = followPlaylist ? GetPointerTarget(body) : VnString();
+    const VnString target = followPlaylist ? VnFilenameDetail::GetPointerTarget(body) : VnString();
     if (target.IsEmpty() || target.EqualsNoCase(filename.Filename)) {
         return Accept(filename, extension);
     }
@@ -150,6 +130,32 @@ Outcome Probe(VnFilename& filename, bool followPlaylist) {
 }
 
 } // namespace
+
+VnString VnFilenameDetail::FindContentType(const VnBuffer& start) {
+    static constexpr char kHeader[] = "content-type:";
+    VnString type;
+    const int64_t hit = start.FindText(kHeader, /*caseFlag=*/false);
+    if (hit >= 0) {
+        const auto* text = reinterpret_cast<const char*>(start.GetData());
+        const char* from = text + hit + sizeof(kHeader) - 1;
+        type.SetBytes(from, std::find(from, text + start.GetSize(), '\n') - from,
+                      /*stopAtZero=*/true);
+        type.Trim();
+    }
+    return type;
+}
+
+VnString VnFilenameDetail::GetPointerTarget(const VnBuffer& body) {
+    VnString text =
+        VnString::FromBytes(reinterpret_cast<const char*>(body.GetData()), body.GetSize());
+    if ((!text.StartsWith(L"http://") && !text.StartsWith(L"mms://"))
+        || text.Find(L"://", 7) >= 0) {
+        return {};
+    }
+    text = text.LeftUpTo(L"\r\n");
+    text.Trim();
+    return text;
+}
 
 bool VnFilename::SetFileTypeFromURLMimeType(bool followPlaylist, bool allowNetwork) {
     if (!GetIsFileRemote()) {

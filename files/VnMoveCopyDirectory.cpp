@@ -7,6 +7,7 @@
 #include "files/VnFileSystem.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
 VnMoveCopyDirectory::VnMoveCopyDirectory(const VnString& source,
@@ -22,7 +23,7 @@ bool VnMoveCopyDirectory::Run(bool deleteSource) {
     }
     Started = true;
     bool result = MakeDirectories();
-    result = CopyFiles() && result;
+    result = CopyFiles() && result && ListedAll;
     if (deleteSource) {
         DeleteSources();
     }
@@ -38,12 +39,19 @@ void VnMoveCopyDirectory::AddTree(VnString source,
     AddItem(CItem::kDirectory, source, destination);
 
     const VnFileInfo self(source);
+    // What is missing has nothing to transfer; what only cannot be looked at may have.
+    if (!self.Valid && errno != ENOENT && errno != ENOTDIR) {
+        ListedAll = false;
+    }
     const FileId id{self.Stat.st_dev, self.Stat.st_ino};
     if (self.Valid && std::find(ancestors.begin(), ancestors.end(), id) != ancestors.end()) {
         return;
     }
     ancestors.push_back(id);
     VnFileFinder finder(source);
+    if (self.Valid && !finder.IsComplete()) {
+        ListedAll = false;
+    }
     VnFileInfo info;
     VnStringArray files;
     while (finder.Next(info)) {

@@ -36,8 +36,9 @@ public:
     VnMoveCopyDirectory(const VnString& source, const VnString& destination, bool recursive);
 
     /// Makes the directories, copies the files, and with `deleteSource` removes every source that
-    /// arrived and is not itself a destination. True when everything arrived; an empty list is
-    /// true, a second call is false.
+    /// arrived and is not itself a destination. True when everything arrived; false also when a
+    /// directory of the source is there but could not be listed to its end. An empty list is true,
+    /// a second call is false.
     bool Run(bool deleteSource);
 
 private:
@@ -51,5 +52,6 @@ private:
     bool CopyFiles();
     void DeleteSources();
 
-    bool Started = false; ///< set by the first Run
+    bool Started = false;  ///< set by the first Run
+    bool ListedAll = true; ///< no directory of the source withheld names
 };

@@ -7,25 +7,24 @@
 
 namespace {
 
-/// Resolves ".." from the end of the list on: each goes with the nearest segment before it that is
-/// none. The first segment, which is empty for an absolute path, is never taken away; there is
-/// nothing above the root, so there ".." goes alone.
+/// Resolves "..": each goes with the nearest segment ahead of it that is still there and is none.
+/// The first segment, which is empty for an absolute path, is never taken away; there is nothing
+/// above the root, so there ".." goes alone.
 void ResolveParents(VnStringArray& segments) {
-    for (int32_t index = segments.GetCount() - 1; index >= 1; --index) {
-        if (index >= segments.GetCount() || segments[index] != L"..") {
-            continue;
-        }
-        int32_t parent = index - 1;
-        while (parent > 0 && segments[parent] == L"..") {
-            --parent;
-        }
-        if (parent > 0) {
-            segments.RemoveAt(index);
-            segments.RemoveAt(parent);
-        } else if (segments[0].IsEmpty()) {
-            segments.RemoveAt(index);
+    int32_t kept = 0;    // segments that stay, at the front
+    int32_t parents = 0; // of these the names behind the first that a ".." can still take
+    for (int32_t index = 0; index < segments.GetCount(); ++index) {
+        const bool isUp = index > 0 && segments[index] == L"..";
+        if (isUp && parents > 0) {
+            --kept;
+            --parents;
+        } else if (!isUp || !segments[0].IsEmpty()) {
+            segments[kept].Swap(segments[index]);
+            parents += index > 0 && !isUp ? 1 : 0;
+            ++kept;
         }
     }
+    segments.RemoveAt(kept, segments.GetCount() - kept);
 }
 
 /// Leading segments that both have in any letter case, without the last of the path. A base that is

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 class IVnWaitMessageCallback;
@@ -56,12 +57,14 @@ public:
                                 const wchar_t* checkBoxText,
                                 bool* checked,
                                 int32_t timeoutMS) = 0;
-    /// Slot 1. A dialog that appears after `delayMS` unless closed before. `cancelFlag` (may be
-    /// null) is only read; a user's cancel goes to `callback` (may be null). Never null.
+    /// Slot 1. A dialog that appears after `delayMS` unless closed before. Once `cancelFlag` (may
+    /// be null) is set, which is only read, nothing is shown any more; a user's cancel goes to
+    /// `callback` (may be null). Both must outlive the dialog. Never null.
     virtual IVnWaitDialog* OpenWaitDialog(const wchar_t* title,
                                           const wchar_t* text,
                                           int32_t delayMS,
                                           bool cancellable,
+                                          const std::atomic<bool>* cancelFlag,
                                           IVnWaitMessageCallback* callback) = 0;
     /// Slot 2. Installs a host's handler; null takes it away. The handler stays the host's.
     virtual void SetHandler(IVnDialogHandler* handler) = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <sys/single_threaded.h>
 
 #include <atomic>
 #include <cstdint>
@@ -27,13 +28,14 @@ public:
     /// Unlock of its own.
     void Lock() {
         pthread_mutex_lock(&Mutex);
-        Depth.fetch_add(1);
-        Owner.store(pthread_self());
+        // Only the holder writes these, so that plain stores do.
+        Depth.store(Depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        Owner.store(pthread_self(), std::memory_order_relaxed);
     }
 
     /// Gives up one Lock of this thread.
     void Unlock() {
-        Depth.fetch_sub(1);
+        Depth.store(Depth.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
         pthread_mutex_unlock(&Mutex);
     }
 
@@ -55,3 +57,26 @@ private:
 
 /// Holds a VnCriticalSection for the length of a scope.
 using VnCriticalSectionLock = std::lock_guard<VnCriticalSection>;
+
+/// The same for a scope that starts no thread and takes but a few instructions: while this is the
+/// only thread of the process there is nobody to keep out, and the lock would cost more than the
+/// scope.
+class VnShortLock {
+public:
+    explicit VnShortLock(VnCriticalSection& section)
+        : Section(__libc_single_threaded != 0 ? nullptr : &section) {
+        if (Section != nullptr) {
+            Section->Lock();
+        }
+    }
+    ~VnShortLock() {
+        if (Section != nullptr) {
+            Section->Unlock();
+        }
+    }
+    VnShortLock(const VnShortLock&) = delete;
+    VnShortLock& operator=(const VnShortLock&) = delete;
+
+private:
+    VnCriticalSection* Section; ///< null when it was not locked
+};

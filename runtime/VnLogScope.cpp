@@ -51,7 +51,7 @@ void VnLogScope::HexDump(const void* data,
                          int32_t indent,
                          int32_t bytesPerLine,
                          bool showCharacters) const {
-    if (!VnIsLogWanted(Category)) {
+    if (data == nullptr || !VnIsLogWanted(Category)) {
         return;
     }
     bytesPerLine = std::max(bytesPerLine, kSmallestHexLine);

@@ -74,21 +74,21 @@ bool RunDetached(const VnLogScope& scope,
     return true;
 }
 
-/// Everything that comes out of a stream up to its end, as bytes.
-std::string ReadAll(FILE* stream) {
-    std::string bytes;
+/// Appends everything that comes out of a stream up to its end to `bytes`; false when it breaks
+/// off.
+bool ReadAll(FILE* stream, std::string& bytes) {
     char piece[kPieceSize];
     while (feof(stream) == 0) {
         if (fgets(piece, sizeof(piece), stream) != nullptr) {
             bytes += piece;
         } else if (ferror(stream) != 0) {
             if (errno != EINTR) {
-                break;
+                return false;
             }
             clearerr(stream);
         }
     }
-    return bytes;
+    return true;
 }
 
 bool RunBlocking(const VnLogScope& scope,
@@ -102,13 +102,14 @@ bool RunBlocking(const VnLogScope& scope,
     }
     // Decoded in one go, so that no character is torn at the border of two pieces, and without a
     // loss, since a program may well print a path.
-    const std::string bytes = ReadAll(stream);
+    std::string bytes;
+    const bool isWhole = ReadAll(stream, bytes);
     if (output != nullptr) {
         *output += VnString::FromFileSystemText(bytes.c_str());
     }
     const int status = pclose(stream);
     SetCode(code, status);
-    return status == 0;
+    return status == 0 && isWhole;
 }
 
 /// Returns to the directory that was the current one when the object was made.
@@ -127,6 +128,9 @@ public:
             close(Descriptor);
         }
     }
+
+    /// False when the current directory could not be kept: then there is no way back to it.
+    bool CanRestore() const { return Descriptor >= 0; }
 
 private:
     int Descriptor;
@@ -207,7 +211,7 @@ void SplitCommandLine(const VnString& text, VnString& program, VnString& argumen
 bool RegisterModule(const VnString& path, bool registerIt) {
     const DirectoryRestorer restorer;
     const VnString directory = VnFilename::GetPathOnly(path);
-    if (chdir(VnStringUTF8(directory)) != 0) {
+    if (!restorer.CanRestore() || chdir(VnStringUTF8(directory)) != 0) {
         VnLog(kLogCategory, L"RegisterModule", L"Can't change into %s", directory);
     }
     VnLoadLibrary library;

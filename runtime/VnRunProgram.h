@@ -18,7 +18,7 @@ class VnStringArray;
 /// `blocking`: the shell runs the program and its arguments, joined with blanks, and the call
 /// returns when its standard output ends, which is appended to `output`. `quoteArguments` quotes
 /// each argument for the shell, in the caller's array; `quoteProgram` quotes the program. `code`
-/// receives the wait status, and the result is whether that is 0.
+/// receives the wait status, and the result is whether that is 0 and the output came to its end.
 ///
 /// An empty program and a failed start give false and a `code` of -1.
 bool RunProgram(const VnString& program,

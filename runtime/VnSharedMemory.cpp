@@ -36,8 +36,13 @@ bool VnSharedMemory::Open(const VnString& name, int32_t size) {
     const VnStringUTF8 path(Name);
     Descriptor = shm_open(path, O_RDWR, kMode);
     if (Descriptor == -1) {
-        Descriptor = shm_open(path, O_RDWR | O_CREAT, kMode);
+        // A block that only could not be opened a moment ago has its creator already, and must
+        // neither get a new length nor lose its name when this object closes.
+        Descriptor = shm_open(path, O_RDWR | O_CREAT | O_EXCL, kMode);
         Creator = Descriptor != -1;
+        if (!Creator && errno == EEXIST) {
+            Descriptor = shm_open(path, O_RDWR, kMode);
+        }
     }
     if (Descriptor == -1 || (Creator && !SetFileLength(Descriptor, length))) {
         Close();

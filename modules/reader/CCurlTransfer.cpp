@@ -8,8 +8,9 @@
 namespace {
 
 constexpr long kMaximumRedirects = 20;
-constexpr long kWholeBody = 200; ///< the status of an answer that ignores a range
-constexpr int kPollMS = 250;     ///< a wake-up that got lost costs no more than this
+constexpr long kWholeBody = 200;         ///< the status of an answer that ignores a range
+constexpr int kPollMS = 250;             ///< a wake-up that got lost costs no more than this
+constexpr long kReceiveSize = 128 << 10; ///< bytes to take from the connection at once, at most
 constexpr char kUserAgent[] = "Tonehall/34";
 
 using Clock = std::chrono::steady_clock;
@@ -43,16 +44,22 @@ CCurlTransfer::~CCurlTransfer() {
 }
 
 size_t CCurlTransfer::OnHeader(char* data, size_t size, size_t count, void* self) {
-    static_cast<CCurlTransfer*>(self)->AddHeaderLine(std::string(data, size * count));
+    CCurlTransfer& transfer = *static_cast<CCurlTransfer*>(self);
+    transfer.HeadBytes += size * count;
+    if (transfer.HeadBytes > kHeadLimit || transfer.Heads >= kMaximumHeads) {
+        return 0; // ends the transfer
+    }
+    // Lines behind the body are no part of the head.
+    if (!transfer.HeadComplete) {
+        transfer.AddHeaderLine(std::string(data, size * count));
+    }
     return size * count;
 }
 
 void CCurlTransfer::AddHeaderLine(const std::string& line) {
-    Activity = true;
     if (StartsWithNoCase(line, "HTTP/")) {
         Response.Headers.clear(); // a redirect or an interim answer came before this one
         Response.ContentEncoding.clear();
-        HeadComplete = false;
     }
     Response.Headers += line;
     constexpr char kEncoding[] = "Content-Encoding:";
@@ -63,9 +70,14 @@ void CCurlTransfer::AddHeaderLine(const std::string& line) {
             Response.ContentEncoding = line.substr(start, end - start + 1);
         }
     }
-    if (line != "\r\n" && line != "\n") {
-        return;
+    if (line == "\r\n" || line == "\n") {
+        EndHead();
     }
+}
+
+void CCurlTransfer::EndHead() {
+    Heads++;
+    Activity = true; // single lines do not count: they could drip in for ever
     long status = 0;
     curl_easy_getinfo(Easy.get(), CURLINFO_RESPONSE_CODE, &status);
     HeadComplete = status >= 200 && (status < 300 || status >= 400);
@@ -73,14 +85,24 @@ void CCurlTransfer::AddHeaderLine(const std::string& line) {
 
 size_t CCurlTransfer::OnBody(char* data, size_t size, size_t count, void* self) {
     CCurlTransfer& transfer = *static_cast<CCurlTransfer*>(self);
-    if (transfer.Buffer.size() - transfer.BufferStart >= kBufferLimit) {
+    if (transfer.TargetRoom == 0 && transfer.Buffer.size() - transfer.BufferStart >= kBufferLimit) {
         transfer.Paused = true;
         return CURL_WRITEFUNC_PAUSE;
     }
-    transfer.Activity = true;
-    transfer.HeadComplete = true; // ftp has no head of its own
-    transfer.Buffer.append(data, size * count);
+    transfer.AddBody(data, size * count);
     return size * count;
+}
+
+void CCurlTransfer::AddBody(const char* data, size_t size) {
+    Activity = true;
+    HeadComplete = true; // ftp has no head of its own
+    const size_t wanted = std::min(size, TargetRoom);
+    if (wanted > 0) {
+        std::memcpy(Target, data, wanted);
+        Target += wanted;
+        TargetRoom -= wanted;
+    }
+    Buffer.append(data + wanted, size - wanted);
 }
 
 void CCurlTransfer::SetBodyOptions(const CCurlRequest& request) {
@@ -109,6 +131,8 @@ void CCurlTransfer::SetOptions(const CCurlRequest& request) {
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaximumRedirects);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's own answer
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveSize);
     curl_easy_setopt(easy, CURLOPT_USERAGENT,
                      request.UserAgent.empty() ? kUserAgent : request.UserAgent.c_str());
     if (request.TimeoutMS > 0) {
@@ -202,8 +226,11 @@ bool CCurlTransfer::PumpUntil(bool (CCurlTransfer::*reached)() const) {
         if ((this->*reached)()) {
             return true;
         }
-        if (Activity) {
+        curl_off_t sent = 0;
+        curl_easy_getinfo(Easy.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
+        if (Activity || sent != Sent) {
             Activity = false;
+            Sent = sent;
             lastActivity = Clock::now();
         }
         const int64_t silent = ElapsedMS(lastActivity);
@@ -216,31 +243,35 @@ bool CCurlTransfer::PumpUntil(bool (CCurlTransfer::*reached)() const) {
     }
 }
 
-int64_t CCurlTransfer::Read(void* buffer, int64_t size) {
-    int64_t total = 0;
-    while (total < size) {
-        const size_t available = Buffer.size() - BufferStart;
-        if (available == 0) {
-            Buffer.clear();
-            BufferStart = 0;
-            if (Paused) {
-                Paused = false;
-                curl_easy_pause(Easy.get(), CURLPAUSE_CONT);
-            }
-            if (Cancelled || (!Done && !PumpUntil(&CCurlTransfer::HasBytes))) {
-                return total > 0 ? total : -1;
-            }
-            if (Buffer.empty()) {
-                return total > 0 || Result == CURLE_OK ? total : -1;
-            }
-            continue;
-        }
-        const size_t count = std::min(available, static_cast<size_t>(size - total));
-        std::memcpy(static_cast<char*>(buffer) + total, Buffer.data() + BufferStart, count);
-        BufferStart += count;
-        total += static_cast<int64_t>(count);
+int64_t CCurlTransfer::TakeBuffered(char* target, int64_t size) {
+    const size_t count = std::min(Buffer.size() - BufferStart, static_cast<size_t>(size));
+    std::memcpy(target, Buffer.data() + BufferStart, count);
+    BufferStart += count;
+    if (BufferStart == Buffer.size()) {
+        Buffer.clear();
+        BufferStart = 0;
     }
-    return total;
+    return static_cast<int64_t>(count);
+}
+
+int64_t CCurlTransfer::Read(void* buffer, int64_t size) {
+    if (size < 1 || Cancelled) {
+        return size < 1 ? 0 : -1;
+    }
+    const int64_t buffered = TakeBuffered(static_cast<char*>(buffer), size);
+    Target = static_cast<char*>(buffer) + buffered;
+    TargetRoom = static_cast<size_t>(size - buffered);
+    if (TargetRoom > 0 && Paused) {
+        Paused = false;
+        curl_easy_pause(Easy.get(), CURLPAUSE_CONT); // may deliver at once
+    }
+    if (!HasFilledTarget()) {
+        PumpUntil(&CCurlTransfer::HasFilledTarget);
+    }
+    const int64_t total = size - static_cast<int64_t>(TargetRoom);
+    Target = nullptr;
+    TargetRoom = 0;
+    return total > 0 || IsComplete() ? total : -1;
 }
 
 void CCurlTransfer::Cancel() {

@@ -34,9 +34,12 @@ struct CCurlResponse {
 /// One http, https or ftp transfer that the caller pulls.
 ///
 /// Open returns once the head of the final answer is in, Read then hands out the body as it
-/// arrives. Both run the transfer on the calling thread and no other. The body is buffered up to
-/// kBufferLimit, beyond which the connection is paused. Cancel may be called on any thread, all
-/// else on one at a time.
+/// arrives. Both run the transfer on the calling thread and no other. The body goes straight to
+/// who reads; what arrives beyond that is buffered up to kBufferLimit, where the connection is
+/// paused. Cancel may be called on any thread, all else on one at a time.
+///
+/// What the other side sends cannot hold the caller for ever: heads are limited in their number and
+/// in their bytes altogether, and each has to be whole within the time-out.
 class CCurlTransfer {
 public:
     CCurlTransfer();
@@ -62,17 +65,22 @@ public:
 
 private:
     static constexpr size_t kBufferLimit = 1 << 20;
+    static constexpr size_t kHeadLimit = 1 << 20; ///< bytes of all heads of a transfer
+    static constexpr int kMaximumHeads = 64;      ///< with redirects and interim answers
 
     static size_t OnHeader(char* data, size_t size, size_t count, void* self);
     static size_t OnBody(char* data, size_t size, size_t count, void* self);
     void AddHeaderLine(const std::string& line);
+    void EndHead();
+    void AddBody(const char* data, size_t size);
+    int64_t TakeBuffered(char* target, int64_t size);
     void SetOptions(const CCurlRequest& request);
     void SetBodyOptions(const CCurlRequest& request);
     bool PumpUntil(bool (CCurlTransfer::*reached)() const);
     bool PumpOnce();
     void CollectInfo();
     bool HasHead() const { return HeadComplete || Done; }
-    bool HasBytes() const { return BufferStart < Buffer.size() || Done; }
+    bool HasFilledTarget() const { return TargetRoom == 0 || Done; }
 
     struct MultiDeleter {
         void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
@@ -90,10 +98,15 @@ private:
     CCurlResponse Response;
     std::string Buffer;     ///< body bytes that arrived and are not read yet
     size_t BufferStart = 0; ///< first unread byte of Buffer
+    char* Target = nullptr; ///< where the running Read wants its next byte
+    size_t TargetRoom = 0;  ///< bytes that it still wants
+    size_t HeadBytes = 0;   ///< of all heads so far
+    int Heads = 0;          ///< that are whole
+    curl_off_t Sent = 0;    ///< bytes of the request's body
     int64_t TimeoutMS = 20000;
     bool HeadComplete = false; ///< the final answer's head is in
     bool Paused = false;       ///< the buffer was full
-    bool Activity = false;     ///< something came in since the last look
+    bool Activity = false;     ///< the transfer has come further since the last look
     bool Done = false;         ///< the transfer ended, with Result
     CURLcode Result = CURLE_OK;
     std::atomic<bool> Cancelled{false};

@@ -3,6 +3,7 @@
 #include "core/VnDllString.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,18 +12,7 @@
 namespace {
 
 constexpr mode_t kFileMode = 0644;
-
-/// Says that a call is under way, for the length of a scope.
-class BusyMark {
-public:
-    explicit BusyMark(std::atomic<bool>& flag) : Flag(flag) { Flag.store(true); }
-    ~BusyMark() { Flag.store(false); }
-    BusyMark(const BusyMark&) = delete;
-    BusyMark& operator=(const BusyMark&) = delete;
-
-private:
-    std::atomic<bool>& Flag;
-};
+constexpr int kPollMS = 50; ///< between two looks for a close
 
 } // namespace
 
@@ -40,6 +30,7 @@ void CLocalReader::CloseDescriptor() {
 bool CLocalReader::OpenWith(int flags) {
     const std::lock_guard<std::mutex> guard(Lock);
     CloseDescriptor();
+    Closed.store(false);
     if (Path.IsEmpty()) {
         return false;
     }
@@ -48,11 +39,13 @@ bool CLocalReader::OpenWith(int flags) {
     if (Descriptor >= 0 && (::fstat(Descriptor, &state) != 0 || S_ISDIR(state.st_mode))) {
         CloseDescriptor();
     }
+    Waits = !S_ISREG(state.st_mode);
     return Descriptor >= 0;
 }
 
 bool CLocalReader::Open() {
-    if (!OpenWith(O_RDONLY)) {
+    // A pipe that nobody writes to yet would hold up the open itself; regular files know no wait.
+    if (!OpenWith(O_RDONLY | O_NONBLOCK)) {
         return false;
     }
     ::posix_fadvise(Descriptor, 0, 0,
@@ -68,14 +61,27 @@ bool CLocalReader::OpenForAppend() {
     return OpenWith(O_RDWR | O_CREAT) && Seek(0, kFromEnd) >= 0;
 }
 
+/// Whether there are bytes, or the end of them, to read; false once the reader was closed.
+bool CLocalReader::WaitForBytes() const {
+    pollfd file = {Descriptor, POLLIN, 0};
+    int ready = 0;
+    while (ready == 0 || (ready < 0 && errno == EINTR)) {
+        if (Closed.load()) {
+            return false;
+        }
+        ready = ::poll(&file, 1, kPollMS);
+    }
+    return ready > 0;
+}
+
 int32_t CLocalReader::Read(void* target, int32_t count) {
     const std::lock_guard<std::mutex> guard(Lock);
-    const BusyMark busy(Busy);
+    Busy.store(!Waits);
     int32_t total = 0;
-    while (Descriptor >= 0 && total < count) {
+    while (Descriptor >= 0 && total < count && (!Waits || WaitForBytes())) {
         const ssize_t got = ::read(Descriptor, static_cast<char*>(target) + total,
                                    static_cast<size_t>(count - total));
-        if (got < 0 && errno == EINTR) {
+        if (got < 0 && (errno == EINTR || errno == EAGAIN)) {
             continue;
         }
         if (got <= 0) {
@@ -83,12 +89,13 @@ int32_t CLocalReader::Read(void* target, int32_t count) {
         }
         total += static_cast<int32_t>(got);
     }
+    Busy.store(false);
     return total;
 }
 
 int32_t CLocalReader::Write(const void* data, int32_t count) {
     const std::lock_guard<std::mutex> guard(Lock);
-    const BusyMark busy(Busy);
+    Busy.store(true);
     int32_t total = 0;
     while (Descriptor >= 0 && total < count) {
         const ssize_t put = ::write(Descriptor, static_cast<const char*>(data) + total,
@@ -101,6 +108,7 @@ int32_t CLocalReader::Write(const void* data, int32_t count) {
         }
         total += static_cast<int32_t>(put);
     }
+    Busy.store(false);
     return total;
 }
 
@@ -131,6 +139,7 @@ void CLocalReader::GetProperty(const wchar_t* name, IVnDllString& value) {
 }
 
 void CLocalReader::Close() {
+    Closed.store(true); // ahead of the lock, which a read that waits holds
     const std::lock_guard<std::mutex> guard(Lock);
     CloseDescriptor();
 }

@@ -27,9 +27,12 @@ public:
 private:
     bool OpenWith(int flags);
     void CloseDescriptor();
+    bool WaitForBytes() const;
 
     const VnString Path;
     std::mutex Lock; ///< keeps a Close on another thread from a call that is under way
     int Descriptor = -1;
-    std::atomic<bool> Busy{false}; ///< a read or write is under way
+    bool Waits = false;              ///< a pipe or a device, whose bytes may be a long time coming
+    std::atomic<bool> Busy{false};   ///< a read or write is under way that will end by itself
+    std::atomic<bool> Closed{false}; ///< ends a read that waits
 };

@@ -31,6 +31,7 @@ private:
         wchar_t After;     ///< character behind it, 0 at the end
     };
 
+    bool TakeISO(const wchar_t* text);
     void Split(const wchar_t* text);
     bool TakeCompact();
     bool TakeTime();

@@ -119,8 +119,9 @@ int32_t AskButton(int32_t style, int32_t defaultButton, int32_t timeoutMS) {
 /// over.
 class CTerminalWaitDialog final : public IVnWaitDialog {
 public:
-    CTerminalWaitDialog(std::string title, int32_t delayMS)
+    CTerminalWaitDialog(std::string title, int32_t delayMS, const std::atomic<bool>* cancelFlag)
         : Title(std::move(title))
+        , CancelFlag(cancelFlag)
         , Drawer([this, delayMS] { Draw(std::chrono::milliseconds(delayMS)); }) {}
 
     void SetStatus(const wchar_t* text) override {
@@ -143,9 +144,10 @@ private:
     void Draw(std::chrono::milliseconds delay) {
         std::unique_lock<std::mutex> guard(Lock);
         Wake.wait_for(guard, delay, [this] { return Closed; });
+        const auto isCancelled = [this] { return CancelFlag != nullptr && CancelFlag->load(); };
         bool drawn = false;
         std::string last;
-        while (!Closed) {
+        while (!Closed && !isCancelled()) {
             const std::string& line = Status.empty() ? Title : Status;
             if (!drawn || line != last) {
                 Show("\r\033[K" + line);
@@ -162,6 +164,7 @@ private:
     std::mutex Lock; ///< guards Status and Closed
     std::condition_variable Wake;
     const std::string Title;
+    const std::atomic<bool>* const CancelFlag; ///< the caller's, may be null
     std::string Status;
     bool Closed = false;
     std::thread Drawer; ///< last: it starts when all else stands
@@ -204,6 +207,7 @@ IVnWaitDialog* CDialogService::OpenWaitDialog(const wchar_t* title,
                                               const wchar_t* text,
                                               int32_t delayMS,
                                               [[maybe_unused]] bool cancellable,
+                                              const std::atomic<bool>* cancelFlag,
                                               [[maybe_unused]] IVnWaitMessageCallback* callback) {
     // The terminal offers no button: who wants to cancel there interrupts the program.
     if (::isatty(STDERR_FILENO) == 0) {
@@ -212,5 +216,5 @@ IVnWaitDialog* CDialogService::OpenWaitDialog(const wchar_t* title,
     std::string line = ToTerminal(title);
     const std::string detail = ToTerminal(text);
     line += detail.empty() ? "" : " " + detail;
-    return new CTerminalWaitDialog(std::move(line), delayMS);
+    return new CTerminalWaitDialog(std::move(line), delayMS, cancelFlag);
 }

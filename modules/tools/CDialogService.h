@@ -23,6 +23,7 @@ public:
                                   const wchar_t* text,
                                   int32_t delayMS,
                                   bool cancellable,
+                                  const std::atomic<bool>* cancelFlag,
                                   IVnWaitMessageCallback* callback) override;
     void SetHandler(IVnDialogHandler* handler) override { Handler.store(handler); }
 
