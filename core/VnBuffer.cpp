@@ -59,6 +59,9 @@ void VnBuffer::Grow(int64_t needed, int64_t growStep) {
     }
     int64_t wanted = needed;
     if (growStep > 0) {
+        if (needed > std::numeric_limits<int64_t>::max() - growStep) {
+            throw std::bad_array_new_length();
+        }
         wanted = (needed + growStep - 1) / growStep * growStep;
     } else if (AllocatedSize > 0) {
         // Half as much again keeps a buffer that is filled piece by piece amortised.

@@ -23,12 +23,15 @@ int64_t VnBuffer::Find(const void* bytes, int64_t count, int64_t start, int64_t 
             memmem(Data + start, static_cast<std::size_t>(UsedSize - start), bytes, size);
         return hit == nullptr ? -1 : static_cast<const uint8_t*>(hit) - Data;
     }
-    for (int64_t at = start; at <= UsedSize - count; at += stride) {
-        if (std::memcmp(Data + at, bytes, size) == 0) {
-            return at;
+    const int64_t last = UsedSize - count;
+    int64_t at = start;
+    while (std::memcmp(Data + at, bytes, size) != 0) {
+        if (stride > last - at) {
+            return -1;
         }
+        at += stride;
     }
-    return -1;
+    return at;
 }
 
 int64_t VnBuffer::FindText(const char* text, bool caseFlag, int64_t start) const {
@@ -49,11 +52,11 @@ int64_t VnBuffer::FindText(const char* text, bool caseFlag, int64_t start) const
 
 uint32_t VnBuffer::GetBits(int64_t position, int32_t count) const {
     uint32_t bits = 0;
-    for (int64_t at = std::max<int64_t>(position, 0);
-         count > 0 && at < position + std::min(count, 32); ++at) {
-        const int64_t byte = at / 8;
-        const uint32_t bit = byte < UsedSize ? Data[byte] >> (7 - at % 8) & 1U : 0U;
-        bits = bits << 1U | bit;
+    for (int32_t i = 0; i < std::min(count, 32); ++i) {
+        // Unsigned, so that a place ahead of the start lies far behind the end.
+        const uint64_t at = static_cast<uint64_t>(position) + static_cast<uint64_t>(i);
+        const bool isInside = at / 8 < static_cast<uint64_t>(UsedSize);
+        bits = bits << 1U | (isInside ? Data[at / 8] >> (7 - at % 8) & 1U : 0U);
     }
     return bits;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <type_traits>
 
 namespace {
 
@@ -33,6 +34,16 @@ public:
         }
     }
 
+    /// Room for `count` places that the caller fills, or null when they do not fit.
+    wchar_t* Take(int32_t count) {
+        if (count > Size - Position) {
+            return nullptr;
+        }
+        wchar_t* const taken = Buffer + Position;
+        Position += count;
+        return taken;
+    }
+
     void Put(const wchar_t* text) {
         for (; *text != 0; ++text) {
             Put(*text);
@@ -48,14 +59,32 @@ private:
 /// The digits of a number, the last one first.
 struct Digits {
     Digits(uint64_t value, uint32_t base) {
+        // A division by a constant is none; nearly all numbers are in one of these bases.
+        switch (base) {
+        case 10:
+            Fill(value, std::integral_constant<uint32_t, 10>());
+            break;
+        case 16:
+            Fill(value, std::integral_constant<uint32_t, 16>());
+            break;
+        default:
+            Fill(value, base);
+            break;
+        }
+    }
+
+    uint8_t Values[kMostDigits]; // the first two are always set
+    int32_t Count = 0;
+
+private:
+    template<typename BASE>
+    void Fill(uint64_t value, BASE base) {
+        Values[1] = 0;
         do {
             Values[Count++] = static_cast<uint8_t>(value % base);
             value /= base;
         } while (value != 0);
     }
-
-    uint8_t Values[kMostDigits] = {};
-    int32_t Count = 0;
 };
 
 /// Writes the digits with leading zeros or blanks; `separator` 0 writes no groups.
@@ -69,6 +98,13 @@ void PutDigits(CWriter& writer,
                                  : L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     const bool blanks = (flags & VnString::kNumberBlanks) != 0;
     const int32_t total = std::max(digits.Count, std::min(minimumDigits, kMostMinimumDigits));
+    if (wchar_t* target = separator == 0 ? writer.Take(total) : nullptr) {
+        target = std::fill_n(target, total - digits.Count, blanks ? L' ' : L'0');
+        for (int32_t place = digits.Count - 1; place >= 0; --place) {
+            *target++ = letters[digits.Values[place]];
+        }
+        return;
+    }
     for (int32_t place = total - 1; place >= 0; --place) {
         const bool isLeading = place >= digits.Count;
         if (isLeading) {

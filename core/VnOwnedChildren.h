@@ -3,6 +3,8 @@
 #include "core/VnOwnedPtrArray.h"
 
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 /// Base of a tree node: the children that it owns. T derives from VnOwnedChildren<T>.
 ///
@@ -65,20 +67,30 @@ void VnOwnedChildren<T>::DeleteChildren() {
     if (Children == nullptr) {
         return;
     }
-    // The whole subtree is moved up to this level first. Deleting child by child would go as deep
-    // into the stack as the tree is high, and the height is in the hands of whoever wrote the
-    // document.
-    for (int32_t index = 0; index < Children->GetCount(); ++index) {
-        VnOwnedChildren<T>* child = (*Children)[index];
-        if (child != nullptr && child->Children != nullptr) {
-            child->Children->SetOwn(false);
-            for (T* grandchild : *child->Children) {
-                Children->Add(grandchild);
-            }
-            delete child->Children;
-            child->Children = nullptr;
+    // The lists that are being emptied stand on a stack of its own: deleting a child with all below
+    // it would go as deep into the call stack as the tree is high, and the height is in the hands
+    // of whoever wrote the document. Children go in their order, which is mostly that in which they
+    // were allocated.
+    struct COpenList {
+        VnOwnedPtrArray<T, false>* List;
+        int32_t Next; ///< child to come
+    };
+    std::vector<COpenList> open{{std::exchange(Children, nullptr), 0}};
+    while (!open.empty()) {
+        COpenList& top = open.back();
+        if (top.Next == top.List->GetCount()) {
+            top.List->SetOwn(false); // they are gone
+            delete top.List;
+            open.pop_back();
+            continue;
+        }
+        T* const child = (*top.List)[top.Next];
+        VnOwnedChildren<T>* const node = child;
+        if (node != nullptr && node->Children != nullptr) {
+            open.push_back({std::exchange(node->Children, nullptr), 0});
+        } else {
+            ++top.Next;
+            delete child;
         }
     }
-    delete Children;
-    Children = nullptr;
 }

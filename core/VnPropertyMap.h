@@ -109,12 +109,12 @@ public:
     /// False, with the map empty, for another root or a version that isn't exactly `version`.
     virtual bool SetXML(const VnString& text, const wchar_t* rootName, double version);
 
-    /// Adds an "Item" element for each entry to the current element of `tree`: the key in its
-    /// attribute "Name", the value as its text.
+    /// Adds an "Item" element for each entry at the end of the element that `tree` has stepped
+    /// into: the key in its attribute "Name", the value as its text.
     virtual void WriteXML(VnXMLDocument& tree) const;
 
-    /// Replaces all entries by the "Item" children of the current element of `tree`, in document
-    /// order.
+    /// Replaces all entries by all "Item" children of the element that `tree` has stepped into, in
+    /// document order.
     virtual void ReadXML(VnXMLDocument& tree);
 
     /// One text for logs: prefix, key, ": ", value and line end of each entry; empty for an empty

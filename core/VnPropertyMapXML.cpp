@@ -52,6 +52,10 @@ void VnPropertyMap::WriteXML(VnXMLDocument& tree) const {
     if (IsEmpty()) {
         return;
     }
+    // A new element follows the main one, so that one has to be the last; without one it goes to
+    // the end by itself.
+    while (tree.GetMainPosition() != 0 && tree.FindElement()) {
+    }
     const CEntryMap& entries = *GetEntries();
     for (auto cursor = entries.GetFirst(); cursor.Item != nullptr; entries.GetNext(cursor)) {
         tree.AddElement(kItemElement, cursor.Item->Value);
@@ -61,7 +65,9 @@ void VnPropertyMap::WriteXML(VnXMLDocument& tree) const {
 
 void VnPropertyMap::ReadXML(VnXMLDocument& tree) {
     Clear();
-    while (tree.FindElement(kItemElement)) {
+    // From the first child on, whichever of them is the main element.
+    tree.GetDataAt(kItemElement);
+    for (bool found = tree.GetMainPosition() != 0; found; found = tree.FindElement(kItemElement)) {
         const int32_t item = tree.GetMainPosition();
         SetString(tree.GetAttribute(item, kNameAttribute), tree.GetData(item));
     }

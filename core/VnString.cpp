@@ -185,7 +185,8 @@ void VnString::Release() {
     if (count == VnStringHeader::kStaticCount) {
         return;
     }
-    if (count == VnStringHeader::kLockedCount || header->ReferenceCount.fetch_sub(1) <= 1) {
+    // A count of 1 is this string's own, so nobody else can raise or lower it.
+    if (count < 2 || header->ReferenceCount.fetch_sub(1) <= 1) {
         header->Manager->FreeBlock(header);
     }
 }
@@ -221,6 +222,14 @@ void VnString::AssignShared(const VnString& other) {
     }
     Adopt(
         manager->CreateString(other.Characters, source->Length, -1, false, !sourceIsLocked, true));
+}
+
+// Copies, as the move assignment does between two managers.
+// NOLINTNEXTLINE(bugprone-exception-escape)
+void VnString::SwapTexts(VnString& other) noexcept {
+    const VnString mine(*this);
+    *this = other;
+    other = mine;
 }
 
 void VnString::Adopt(wchar_t* characters) {

@@ -61,8 +61,7 @@ public:
 
     VnString() : Characters(VnStringGlobals::Get().GetEmpty()) {}
     VnString(const VnString& other);
-    VnString(VnString&& other) noexcept
-        : Characters(std::exchange(other.Characters, VnStringGlobals::Get().GetEmpty())) {}
+    VnString(VnString&& other) noexcept : VnString() { Swap(other); }
     VnString(const wchar_t* text); // NOLINT(google-explicit-constructor)
     /// The first `length` characters of `text`, embedded zeros included; -1 up to the terminator.
     VnString(const wchar_t* text, int32_t length);
@@ -91,7 +90,15 @@ public:
     void Empty();
     /// The character at `index`, which must be inside 0 to the length.
     wchar_t operator[](int32_t index) const { return Characters[index]; }
-    void Swap(VnString& other) noexcept { std::swap(Characters, other.Characters); }
+    /// Exchanges the texts: their blocks within one manager, copies between two, so that a block
+    /// never comes to a string of another module.
+    void Swap(VnString& other) noexcept {
+        if (GetHeader()->Manager == other.GetHeader()->Manager) [[likely]] {
+            std::swap(Characters, other.Characters);
+        } else {
+            SwapTexts(other);
+        }
+    }
 
     // Direct access: VnString.cpp
 
@@ -117,7 +124,7 @@ public:
     /// `count` -1: to the terminator. `growBy` above 0 makes the block grow in steps of that many
     /// characters.
     void Append(const wchar_t* text, int32_t count = -1, int32_t growBy = 0);
-    void Append(wchar_t ch);
+    void Append(wchar_t ch) { GetHeader()->Put(ch) ? void() : Append(&ch, 1); }
     /// Up to four pieces with one growth; a piece with a null pointer counts 0, a count of -1
     /// measures.
     void Append(const wchar_t* first,
@@ -306,7 +313,7 @@ public:
     static VnString FromBytes(const char* bytes, int64_t length = -1);
     static VnString FromFileSystemText(const char* bytes, int64_t length = -1);
 
-    // Numbers: VnStringNumbers.cpp
+    // Numbers: VnStringNumbers.cpp, VnStringNumberText.cpp
 
     /// Leading white space and a sign are skipped; parsing stops at the first character that is no
     /// digit of any script. Overflow saturates.
@@ -345,10 +352,13 @@ public:
         kDoublePlus = 2,            ///< a "+" ahead of positive values
         kDoubleDropZeroInteger = 4, ///< no integer part when it is 0
     };
+    /// `base` 2 to 36, without sign 2 to 16, else the text becomes empty. `flags`: NumberFlags.
     void SetInt(int32_t value, int32_t minimumDigits = 0, int32_t base = 10, uint32_t flags = 0);
     void SetInt(uint32_t value, int32_t minimumDigits = 0, int32_t base = 10, uint32_t flags = 0);
     void SetInt(int64_t value, int32_t minimumDigits = 0, int32_t base = 10, uint32_t flags = 0);
     void SetInt(uint64_t value, int32_t minimumDigits = 0, int32_t base = 10, uint32_t flags = 0);
+    /// Rounds half up to at most `precision` decimals (-1: 16), with `keepZeros` to exactly that
+    /// many. `flags`: DoubleFlags. A value that is not finite gives "?".
     void SetDouble(double value,
                    int32_t precision = -1,
                    bool keepZeros = false,
@@ -522,10 +532,10 @@ public:
                            bool useCBC,
                            const VnString& vector);
 
-    // Templates and words: VnStringParser.cpp
+    // Templates and words: VnStringParser.cpp, VnStringGetLeadingCharacters.cpp
 
-    /// Takes the text apart by a template; 1 on a match. The targets follow as pointers: int32_t
-    /// for "d" and "x", int64_t for "l", VnString for "s" and "w".
+    /// Takes the text apart by a template (see VnStringParser); 1 on a match, else 0. The targets
+    /// follow as pointers: int32_t for "d" and "x", int64_t for "l", VnString for "s" and "w".
     int32_t Parse(const wchar_t* pattern, int caseSensitive, ...) const;
     int32_t ParseWithRest(
         const wchar_t* pattern, VnString& head, VnString& tail, int caseSensitive, ...) const;
@@ -556,6 +566,8 @@ public:
         kArticleToEnd = 1,
         kArticleToFront = 2,
     };
+    /// Cleans a name, each step by its argument: `normalise` leaves single blanks and dashes,
+    /// `trimEnds` none at the ends, `quotes` makes the typographic ones plain.
     void CleanUp(bool removeUnderscores,
                  VnCapitalizeMode mode,
                  bool normalise,
@@ -595,6 +607,7 @@ private:
     VnStringHeader* GetHeader() const { return VnStringHeader::FromCharacters(Characters); }
     void Release();
     void AssignShared(const VnString& other);
+    void SwapTexts(VnString& other) noexcept;
     void Adopt(wchar_t* characters);
     /// Cuts the text to `count` characters from `start`, which must be inside it.
     void KeepRange(int32_t start, int32_t count);
@@ -610,21 +623,9 @@ VnString operator+(const wchar_t* left, const VnString& right);
 VnString operator+(const VnString& left, wchar_t right);
 VnString operator+(wchar_t left, const VnString& right);
 
-// Exact compares. Every pairing is declared, or two addresses would be compared.
+// Exact compares, of which the language makes the other pairings and "!=".
 bool operator==(const VnString& left, const VnString& right);
 bool operator==(const VnString& left, const wchar_t* right);
-inline bool operator==(const wchar_t* left, const VnString& right) {
-    return right == left;
-}
-inline bool operator!=(const VnString& left, const VnString& right) {
-    return !(left == right);
-}
-inline bool operator!=(const VnString& left, const wchar_t* right) {
-    return !(left == right);
-}
-inline bool operator!=(const wchar_t* left, const VnString& right) {
-    return !(right == left);
-}
 bool operator<(const VnString& left, const VnString& right);
 
 /// The UTF-8 form of a text for system calls: a zero-terminated array that lives as long as the
@@ -656,6 +657,8 @@ public:
     ~VnStringBytes() { delete[] Bytes; }
 
     operator const char*() const { return Bytes; } // NOLINT(google-explicit-constructor)
+    /// The text back by VnString::SetBytes.
+    VnString GetString() const { return VnString::FromBytes(Bytes); }
 
 private:
     char* Bytes;
@@ -670,6 +673,8 @@ public:
     ~VnStringUTF16() { delete[] Units; }
 
     operator const uint16_t*() const { return Units; } // NOLINT(google-explicit-constructor)
+    /// The text back by VnString::SetUTF16, a unit a character.
+    VnString GetString() const;
 
 private:
     uint16_t* Units;

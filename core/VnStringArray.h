@@ -118,7 +118,7 @@ public:
     /// True when no element stands behind its successor in that order (with flag 1).
     bool IsSorted(int32_t mode) const;
 
-    // Text files: VnStringArrayFile.cpp
+    // Text files: VnStringArraySplit.cpp
 
     /// Writes the elements joined with `separator` to the file at `path`, as VnString::SaveToFile
     /// does. True when every byte was written.

@@ -1,9 +1,13 @@
 #include "core/VnStringArray.h"
 
+#include "core/VnStringDetail.h"
+
 #include <cstdint>
+#include <cstring>
 #include <cwchar>
 #include <limits>
 #include <new>
+#include <string_view>
 
 namespace {
 
@@ -29,22 +33,37 @@ int32_t WriteParts(VnStringArray& strings,
                    const wchar_t* text,
                    const wchar_t* separator,
                    bool trim) {
-    const size_t separatorLength = separator == nullptr ? 0 : std::wcslen(separator);
+    const std::wstring_view wanted(separator == nullptr ? L"" : separator);
+    const bool isCharacter = wanted.size() == 1;
+    const std::wstring_view whole = isCharacter ? std::wstring_view() : std::wstring_view(text);
+    const auto find = [&](const wchar_t* from) -> const wchar_t* {
+        if (isCharacter) {
+            return std::wcschr(from, wanted.front()); // the text need not be measured for it
+        }
+        const auto start = static_cast<int32_t>(from - text);
+        const int32_t hit =
+            wanted.empty() ? -1 : VnStringDetail::FindIn(whole, wanted, start, true);
+        return hit < 0 ? nullptr : text + hit;
+    };
     const wchar_t* begin = text;
     for (int32_t index = first;; ++index) {
-        const wchar_t* found = separatorLength == 0 ? nullptr : std::wcsstr(begin, separator);
+        const wchar_t* found = find(begin);
         const wchar_t* end = found == nullptr ? begin + std::wcslen(begin) : found;
         if (trim && found != nullptr) {
             end = SkipSpaceBackwards(begin, end);
         }
-        if (index >= strings.GetCount()) {
+        const auto length = static_cast<int32_t>(end - begin);
+        if (index < strings.GetCount()) {
+            strings[index].Assign(begin, length);
+        } else {
+            VnString part(begin, length);
             strings.SetSize(index + 1);
+            strings[index].Swap(part);
         }
-        strings[index].Assign(begin, static_cast<int32_t>(end - begin));
         if (found == nullptr) {
             return index + 1;
         }
-        begin = found + separatorLength;
+        begin = found + wanted.size();
         if (trim) {
             begin = SkipSpace(begin);
         }
@@ -138,12 +157,16 @@ VnStringArray::Join(const wchar_t* separator, bool reverse, int32_t maxCount, bo
     VnString joined;
     wchar_t* target = joined.GetBuffer(static_cast<int32_t>(length), /*exact=*/true);
     for (int32_t number = 0; number < count; ++number) {
-        if (number > 0 && separatorLength > 0) {
-            target = std::wmemcpy(target, separator, separatorLength) + separatorLength;
+        if (number > 0) {
+            // Separators are short: a call would take longer than the characters.
+            for (size_t index = 0; index < separatorLength; ++index) {
+                *target++ = separator[index];
+            }
         }
         const VnString& text = element(number);
         const auto textLength = static_cast<size_t>(text.GetLength());
-        target = std::wmemcpy(target, text.GetText(), textLength) + textLength;
+        std::memcpy(target, text.GetText(), textLength * sizeof(wchar_t));
+        target += textLength;
     }
     joined.ReleaseBuffer(static_cast<int32_t>(length));
     return joined;

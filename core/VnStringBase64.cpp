@@ -170,19 +170,32 @@ void VnString::SetBase64(const void* bytes, int32_t count, bool lineBreaks) {
     wchar_t* out = result.GetBuffer(length, true, false);
     const auto* in = static_cast<const uint8_t*>(bytes);
     const uint8_t* const end = in + count;
-    for (int64_t digit = 0; digit < digits; digit += 4) {
-        if (lineBreaks && digit > 0 && digit % kLineLength == 0) {
+    const uint8_t* lineEnd = lineBreaks ? in + kLineLength / 4 * 3 : end;
+    const auto putDigits = [&out](uint32_t group) {
+        out[0] = static_cast<wchar_t>(kAlphabet[group >> 18]);
+        out[1] = static_cast<wchar_t>(kAlphabet[group >> 12 & 63]);
+        out[2] = static_cast<wchar_t>(kAlphabet[group >> 6 & 63]);
+        out[3] = static_cast<wchar_t>(kAlphabet[group & 63]);
+        out += 4;
+    };
+    for (; end - in >= 3; in += 3) {
+        if (in == lineEnd) {
+            *out++ = L'\n';
+            lineEnd += kLineLength / 4 * 3;
+        }
+        putDigits(static_cast<uint32_t>(in[0]) << 16 | static_cast<uint32_t>(in[1]) << 8 | in[2]);
+    }
+    if (in != end) {
+        if (in == lineEnd) {
             *out++ = L'\n';
         }
-        const auto left = static_cast<int32_t>(std::min<int64_t>(end - in, 3));
-        uint32_t group = static_cast<uint32_t>(in[0]) << 16;
-        group |= left > 1 ? static_cast<uint32_t>(in[1]) << 8 : 0;
-        group |= left > 2 ? in[2] : 0U;
-        in += left;
-        *out++ = static_cast<wchar_t>(kAlphabet[group >> 18]);
-        *out++ = static_cast<wchar_t>(kAlphabet[group >> 12 & 63]);
-        *out++ = left > 1 ? static_cast<wchar_t>(kAlphabet[group >> 6 & 63]) : L'=';
-        *out++ = left > 2 ? static_cast<wchar_t>(kAlphabet[group & 63]) : L'=';
+        const bool hasTwo = end - in == 2;
+        putDigits(static_cast<uint32_t>(in[0]) << 16
+                  | (hasTwo ? static_cast<uint32_t>(in[1]) << 8 : 0));
+        out[-1] = L'=';
+        if (!hasTwo) {
+            out[-2] = L'=';
+        }
     }
     result.ReleaseBuffer(length);
     Swap(result);

@@ -2,6 +2,7 @@
 
 #include "core/VnBuffer.h"
 #include "core/VnStringDetail.h"
+#include "core/VnUTF8Steps.h"
 
 #include <algorithm>
 #include <cstring>
@@ -50,35 +51,38 @@ uint32_t SequenceSize(uint32_t lead) {
 }
 
 /// Any text: what is malformed comes in as characters of the bytes' own values, four bytes as "?".
-Decoded DecodeLenient(const char* bytes, std::size_t left) {
-    const uint32_t size = SequenceSize(ByteAt(bytes));
-    if (size == 1 || !HasContinuation(bytes, left, size)) {
-        return {ByteAt(bytes), 1};
+struct LenientDecoder {
+    static constexpr bool kLossless = false;
+    static Decoded Decode(const char* bytes, std::size_t left) {
+        const uint32_t size = SequenceSize(ByteAt(bytes));
+        if (size == 1 || !HasContinuation(bytes, left, size)) {
+            return {ByteAt(bytes), 1};
+        }
+        return {size == 4 ? U'?' : Combine(bytes, size), size};
     }
-    return {size == 4 ? U'?' : Combine(bytes, size), size};
-}
+};
 
 /// Text of the file system: only what the encoder gives back as the same bytes counts as a
 /// character, so forms that are longer than need be, surrogates and values above U+10FFFF are
 /// escaped byte by byte.
-Decoded DecodeLossless(const char* bytes, std::size_t left) {
-    const uint32_t lead = ByteAt(bytes);
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    const uint32_t size = SequenceSize(lead);
-    if (size > 1 && HasContinuation(bytes, left, size)) {
-        const uint32_t value = Combine(bytes, size);
-        const bool isSurrogate = value >= 0xD800 && value < 0xE000;
-        if (VnStringDetail::SizeInUTF8(value) == size && !isSurrogate && value < 0x110000) {
-            return {value, size};
+struct LosslessDecoder {
+    static constexpr bool kLossless = true;
+    static Decoded Decode(const char* bytes, std::size_t left) {
+        const uint32_t lead = ByteAt(bytes);
+        const uint32_t size = SequenceSize(lead);
+        if (size > 1 && HasContinuation(bytes, left, size)) {
+            const uint32_t value = Combine(bytes, size);
+            const bool isSurrogate = value >= 0xD800 && value < 0xE000;
+            if (VnStringDetail::SizeInUTF8(value) == size && !isSurrogate && value < 0x110000) {
+                return {value, size};
+            }
         }
+        return {lead < 0x80 ? lead : kEscapedByte + lead, 1};
     }
-    return {kEscapedByte + lead, 1};
-}
+};
 
 template<typename DECODER>
-void Decode(VnString& text, const char* bytes, std::size_t count, DECODER decode) {
+void Decode(VnString& text, const char* bytes, std::size_t count) {
     if (count == 0) {
         text.Empty();
         return;
@@ -101,8 +105,23 @@ void Decode(VnString& text, const char* bytes, std::size_t count, DECODER decode
         const std::size_t run = VnStringDetail::WidenASCII(bytes + at, room, target + length);
         at += run;
         length += static_cast<int32_t>(run);
-        if (run < room) {
-            const Decoded decoded = decode(bytes + at, count - at);
+        if (run == room) {
+            continue;
+        }
+        using Steps = VnUTF8Steps;
+        std::size_t taken = 0;
+        do {
+            taken = 0;
+            if (static_cast<std::size_t>(capacity - length) >= Steps::kDecodeStep
+                && count - at >= Steps::kDecodeReads) {
+                taken = Steps::DecodeEight<DECODER::kLossless>(bytes + at, target + length);
+            }
+            at += taken;
+            length += taken > 0 ? static_cast<int32_t>(Steps::kDecodeStep) : 0;
+            // As many bytes as characters are ASCII again.
+        } while (taken > Steps::kDecodeStep);
+        if (taken == 0 && at < count && length < capacity) {
+            const Decoded decoded = DECODER::Decode(bytes + at, count - at);
             target[length++] = static_cast<wchar_t>(decoded.Character);
             at += decoded.Size;
         }
@@ -115,25 +134,53 @@ bool IsEscapedByte(uint32_t ch) {
     return ch >= kEscapedByte + 0x80 && ch <= kEscapedByte + 0xFF;
 }
 
+/// Bytes of the UTF-8 form. With `unescape` a character that stands for a byte counts as that byte.
 std::size_t EncodedSize(const wchar_t* text, std::size_t count, bool unescape) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto ch = static_cast<uint32_t>(text[i]);
-        size += unescape && IsEscapedByte(ch) ? 1U : VnStringDetail::SizeInUTF8(ch);
+    const std::size_t size = VnStringDetail::GetSizeInUTF8(text, count);
+    if (!unescape || size == count) {
+        return size;
     }
-    return size;
+    const auto escaped = std::count_if(
+        text, text + count, [](wchar_t ch) { return IsEscapedByte(static_cast<uint32_t>(ch)); });
+    return size - 2 * static_cast<std::size_t>(escaped);
+}
+
+__m128i LoadFour(const wchar_t* text) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+}
+
+/// Whether four characters are all below 0x10000 and, with UNESCAPE, below those that may stand for
+/// a byte.
+template<bool UNESCAPE>
+bool IsShort(const wchar_t* text) {
+    const __m128i four = LoadFour(text);
+    const __m128i last = _mm_set1_epi32(UNESCAPE ? 0xDBFF : 0xFFFF);
+    const __m128i isLarge =
+        _mm_or_si128(_mm_cmpgt_epi32(four, last), _mm_cmplt_epi32(four, _mm_setzero_si128()));
+    return _mm_movemask_epi8(isLarge) == 0;
 }
 
 /// Writes the UTF-8 form; `target` holds what EncodedSize gives for the same arguments.
-void Encode(const wchar_t* text, std::size_t count, bool unescape, char* target) {
+template<bool UNESCAPE>
+void Encode(const wchar_t* text, std::size_t count, char* target) {
+    using Steps = VnUTF8Steps;
+    // Characters behind a run of ASCII that are taken in small steps before the next run is tried.
+    constexpr std::size_t kBetweenRuns = 16;
     std::size_t at = 0;
     while (at < count) {
         const std::size_t run = VnStringDetail::NarrowASCII(text + at, count - at, target);
         at += run;
         target += run;
-        if (at < count) {
+        for (const std::size_t end = std::min(at + kBetweenRuns, count); at < end;) {
+            // Each character has a byte of its own, so that there is room for what the step
+            // writes.
+            if (count - at >= Steps::kEncodeWrites && IsShort<UNESCAPE>(text + at)) {
+                target = Steps::EncodeFour(LoadFour(text + at), target);
+                at += Steps::kEncodeStep;
+                continue;
+            }
             const auto ch = static_cast<uint32_t>(text[at++]);
-            if (unescape && IsEscapedByte(ch)) {
+            if (UNESCAPE && IsEscapedByte(ch)) {
                 *target++ = static_cast<char>(ch - kEscapedByte);
             } else {
                 target = VnStringDetail::EncodeUTF8(ch, target);
@@ -146,7 +193,7 @@ char* NewEncoded(const wchar_t* text, int32_t length) {
     const auto count = static_cast<std::size_t>(VnStringDetail::Measure(text, length));
     const std::size_t size = EncodedSize(text, count, true);
     auto* bytes = new char[size + 1];
-    Encode(text, count, true, bytes);
+    Encode<true>(text, count, bytes);
     bytes[size] = 0;
     return bytes;
 }
@@ -165,11 +212,11 @@ wchar_t SwapUnit(uint16_t unit) {
 // UTF-8
 
 void VnString::SetUTF8(const char* bytes, int64_t length) {
-    Decode(*this, bytes, VnStringDetail::MeasureBytes(bytes, length), DecodeLenient);
+    Decode<LenientDecoder>(*this, bytes, VnStringDetail::MeasureBytes(bytes, length));
 }
 
 void VnString::SetFileSystemText(const char* bytes, int64_t length) {
-    Decode(*this, bytes, VnStringDetail::MeasureBytes(bytes, length), DecodeLossless);
+    Decode<LosslessDecoder>(*this, bytes, VnStringDetail::MeasureBytes(bytes, length));
 }
 
 void VnString::GetUTF8(VnBuffer& bytes, int32_t length) const {
@@ -177,10 +224,20 @@ void VnString::GetUTF8(VnBuffer& bytes, int32_t length) const {
     // -1 ends at the terminator, which an embedded zero is not.
     const std::size_t count = length < 0 ? all : std::min(all, static_cast<std::size_t>(length));
     bytes.Empty();
-    if (count > 0) {
-        const std::size_t size = EncodedSize(Characters, count, false);
-        uint8_t* target = bytes.Reserve(static_cast<int64_t>(size), false, 0, true);
-        Encode(Characters, count, false, reinterpret_cast<char*>(target));
+    if (count == 0) {
+        return;
+    }
+    // As many bytes as characters are right for most texts, which are then done in one pass.
+    uint8_t* target = bytes.Reserve(static_cast<int64_t>(count), false, 0, true);
+    const std::size_t run =
+        VnStringDetail::NarrowASCII(Characters, count, reinterpret_cast<char*>(target));
+    if (run < count) {
+        const std::size_t rest = VnStringDetail::GetSizeInUTF8(Characters + run, count - run);
+        VnBuffer whole;
+        target = whole.Reserve(static_cast<int64_t>(run + rest), false, 0, true);
+        std::memcpy(target, bytes.GetData(), run);
+        Encode<false>(Characters + run, count - run, reinterpret_cast<char*>(target + run));
+        bytes.Swap(whole);
     }
 }
 
@@ -277,4 +334,10 @@ VnStringUTF16::VnStringUTF16(const wchar_t* text, int32_t length) {
     Units = new uint16_t[static_cast<std::size_t>(count) + 1];
     std::transform(text, text + count, Units, [](wchar_t ch) { return static_cast<uint16_t>(ch); });
     Units[count] = 0;
+}
+
+VnString VnStringUTF16::GetString() const {
+    VnString text;
+    text.SetUTF16(Units);
+    return text;
 }

@@ -53,19 +53,23 @@ public:
     static int32_t DigitValue(wchar_t ch);
 
     /// Widens bytes below 0x80 up to the first other byte or the end; the result is their number.
+    /// All `count` characters of the target may be written to.
     static std::size_t WidenASCII(const char* bytes, std::size_t count, wchar_t* target);
 
     /// Widens every byte unchanged.
     static void WidenBytes(const char* bytes, std::size_t count, wchar_t* target);
 
     /// Narrows characters below 0x80 up to the first other one or the end; the result is their
-    /// number.
+    /// number. All `count` bytes of the target may be written to.
     static std::size_t NarrowASCII(const wchar_t* characters, std::size_t count, char* target);
 
     /// Bytes that EncodeUTF8 writes for `ch`.
     static std::size_t SizeInUTF8(uint32_t ch) {
         return ch < 0x80 ? 1U : ch < 0x800 ? 2U : ch < 0x10000 ? 3U : 4U;
     }
+
+    /// Bytes that EncodeUTF8 writes for all of `count` characters.
+    static std::size_t GetSizeInUTF8(const wchar_t* characters, std::size_t count);
 
     /// Writes the UTF-8 form of `ch` and gives the place behind it.
     static char* EncodeUTF8(uint32_t ch, char* target) {

@@ -3,6 +3,7 @@
 #include "core/VnStringDetail.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cwchar>
 #include <functional>
 #include <iterator>
@@ -14,6 +15,10 @@ struct Piece {
     const wchar_t* Text;
     int32_t Count;
 };
+
+void CopyPiece(wchar_t* target, const Piece& piece) {
+    std::memcpy(target, piece.Text, static_cast<std::size_t>(piece.Count) * sizeof(wchar_t));
+}
 
 /// Offset of `text` when it points into `owner` itself, -1 otherwise. Growing moves such a text.
 int32_t OwnOffset(const VnString& owner, const wchar_t* text) {
@@ -141,22 +146,26 @@ Concatenate(const wchar_t* left, int32_t leftCount, const wchar_t* right, int32_
 // Append
 
 void VnString::Append(const VnString& text) {
-    if (IsEmpty()) {
+    // A block of its own stays, for the room that was made in it.
+    if (GetHeader()->ReferenceCount == VnStringHeader::kStaticCount) {
         *this = text;
         return;
     }
-    AppendPieces(*this, {{text.Characters, text.GetLength()}}, 0);
+    const Piece piece{text.Characters, text.GetLength()};
+    if (wchar_t* target = piece.Count < 1 ? nullptr : GetHeader()->Extend(piece.Count)) {
+        CopyPiece(target, piece);
+    } else {
+        AppendPieces(*this, {piece}, 0);
+    }
 }
 
 void VnString::Append(const wchar_t* text, int32_t count, int32_t growBy) {
-    AppendPieces(*this, {MakePiece(text, count)}, growBy);
-}
-
-void VnString::Append(wchar_t ch) {
-    const int32_t length = GetLength();
-    wchar_t* buffer = GetBuffer(VnStringDetail::AddLengths(length, 1), false, true);
-    buffer[length] = ch;
-    ReleaseBuffer(length + 1);
+    const Piece piece = MakePiece(text, count);
+    if (wchar_t* target = piece.Count < 1 ? nullptr : GetHeader()->Extend(piece.Count)) {
+        CopyPiece(target, piece);
+    } else {
+        AppendPieces(*this, {piece}, growBy);
+    }
 }
 
 void VnString::Append(const wchar_t* first,
@@ -167,10 +176,9 @@ void VnString::Append(const wchar_t* first,
                       int32_t thirdCount,
                       const wchar_t* fourth,
                       int32_t fourthCount) {
-    AppendPieces(*this,
-                 {MakePiece(first, firstCount), MakePiece(second, secondCount),
-                  MakePiece(third, thirdCount), MakePiece(fourth, fourthCount)},
-                 0);
+    const Piece pieces[] = {MakePiece(first, firstCount), MakePiece(second, secondCount),
+                            MakePiece(third, thirdCount), MakePiece(fourth, fourthCount)};
+    AppendPieces(*this, pieces, 0);
 }
 
 void VnString::AppendBytes(const char* text, int32_t count) {
@@ -232,10 +240,16 @@ VnString operator+(wchar_t left, const VnString& right) {
 // Insert
 
 void VnString::Prepend(const VnString& text) {
-    if (IsEmpty()) {
+    if (GetHeader()->ReferenceCount == VnStringHeader::kStaticCount) {
         *this = text;
-    } else if (!text.IsEmpty()) {
-        *this = text + *this;
+        return;
+    }
+    const VnString kept(text); // it may be this very text, which moves
+    const int32_t count = kept.GetLength();
+    if (count > 0) {
+        const int32_t newLength = VnStringDetail::AddLengths(GetLength(), count);
+        std::wmemcpy(OpenGap(*this, 0, count), kept, static_cast<std::size_t>(count));
+        ReleaseBuffer(newLength);
     }
 }
 
@@ -337,7 +351,7 @@ int32_t VnString::RemoveAll(const wchar_t* text, bool caseFlag) {
     }
     std::copy(Characters + from, Characters + GetLength(), target);
     result.ReleaseBuffer(GetLength() - hits * kept.GetLength());
-    *this = result;
+    Swap(result);
     return hits;
 }
 

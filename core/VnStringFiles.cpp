@@ -139,7 +139,7 @@ bool VnString::SaveToFile(const wchar_t* path, int32_t encoding) const {
     VnFileSystem::MakeDirectoryTree(VnFilename::GetPathOnly(target));
     VnFile file(target, VnFile::kAccessWrite, VnFile::kShareRead | VnFile::kShareWrite,
                 VnFile::CreateAlways);
-    return file.Open() && WriteAll(file, bytes);
+    return file.Open() && WriteAll(file, bytes) && file.CloseWritten();
 }
 
 bool VnString::LoadFromFile(const wchar_t* path,

@@ -32,10 +32,60 @@ int32_t ReadNumber(const wchar_t*& at) {
     return static_cast<int32_t>(value);
 }
 
+/// Gathers the result of a template on the stack, and only a long one in a text of its own.
+class CTextGatherer {
+public:
+    void Append(const wchar_t* text, int32_t count) {
+        if (count > kRoom) {
+            Flush();
+            Whole.Append(text, count);
+        } else if (count > 0) {
+            std::wmemcpy(Take(count), text, static_cast<std::size_t>(count));
+        }
+    }
+    void Append(const wchar_t* text) { Append(text, VnStringDetail::Measure(text)); }
+    void Append(const VnString& text) { Append(text.GetText(), text.GetLength()); }
+    void Append(wchar_t ch) { *Take(1) = ch; }
+
+    /// Room for `count` characters, at most kRoom, that count as appended.
+    wchar_t* Take(int32_t count) {
+        if (count > kRoom - Used) {
+            Flush();
+        }
+        Used += count;
+        return Room + (Used - count);
+    }
+    /// Gives the last `count` characters of what Take gave back.
+    void GiveBack(int32_t count) { Used -= count; }
+
+    /// What was gathered; ends with the next change.
+    const wchar_t* Finish(int32_t& length) {
+        if (Whole.IsEmpty()) {
+            length = Used;
+            return Room;
+        }
+        Flush();
+        length = Whole.GetLength();
+        return Whole;
+    }
+
+private:
+    static constexpr int32_t kRoom = 512;
+
+    void Flush() {
+        Whole.Append(Room, Used);
+        Used = 0;
+    }
+
+    wchar_t Room[kRoom];
+    int32_t Used = 0;
+    VnString Whole;
+};
+
 /// The run of one template over its arguments.
 class CFormatter {
 public:
-    CFormatter(VnString& out, const VnFormatArg* args, int32_t count)
+    CFormatter(CTextGatherer& out, const VnFormatArg* args, int32_t count)
         : Out(out)
         , Args(args)
         , ArgCount(count) {}
@@ -196,11 +246,10 @@ private:
     void PutNumber(WRITER write, NUMBER value, int32_t digits, int32_t base, uint32_t flags) {
         constexpr int32_t kUsualDigits = 64;
         if (digits <= kUsualDigits) {
-            wchar_t buffer[128];
+            constexpr int32_t kRoom = 128;
             int32_t length = 0;
-            write(buffer, static_cast<int32_t>(std::size(buffer)), length, value, digits, base,
-                  flags);
-            Out.Append(buffer, length);
+            write(Out.Take(kRoom), kRoom, length, value, digits, base, flags);
+            Out.GiveBack(kRoom - length);
             return;
         }
         VnString text;
@@ -208,7 +257,7 @@ private:
         Out.Append(text);
     }
 
-    VnString& Out;
+    CTextGatherer& Out;
     const VnFormatArg* Args;
     int32_t ArgCount;
     int32_t ArgIndex = 0;
@@ -218,17 +267,23 @@ private:
 
 VnString& VnString::FormatList(const wchar_t* text, const VnFormatArg* args, int32_t count) {
     // The template and the arguments may be this very text, so it is replaced at the end.
-    VnString result;
-    result.AppendFormatList(text, args, count);
-    *this = std::move(result);
+    CTextGatherer gatherer;
+    if (text != nullptr) {
+        CFormatter(gatherer, args, count).Run(text);
+    }
+    int32_t length = 0;
+    const wchar_t* result = gatherer.Finish(length);
+    Assign(result, length);
     return *this;
 }
 
 VnString& VnString::AppendFormatList(const wchar_t* text, const VnFormatArg* args, int32_t count) {
     if (text != nullptr) {
-        VnString result;
-        CFormatter(result, args, count).Run(text);
-        Append(result);
+        CTextGatherer gatherer;
+        CFormatter(gatherer, args, count).Run(text);
+        int32_t length = 0;
+        const wchar_t* result = gatherer.Finish(length);
+        Append(result, length);
     }
     return *this;
 }

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <clocale>
 #include <cstddef>
+#include <cstring>
 #include <cwchar>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -55,6 +57,7 @@ VnStringGlobals& VnStringGlobals::Make() {
 }
 
 VnStringGlobals::VnStringGlobals() {
+    std::fill(std::begin(PoolCapacities), std::end(PoolCapacities), -1);
     VnStringHeader* header = NewBlock(1, this);
     header->Length = 0;
     header->ReferenceCount = VnStringHeader::kStaticCount;
@@ -96,17 +99,14 @@ bool VnStringGlobals::IsClassByLibrary(wchar_t ch, CharacterClass wanted) {
 }
 
 VnStringHeader* VnStringGlobals::TakeFromPool(int32_t capacity) {
-    const VnCriticalSectionLock guard(Lock);
-    if (PoolCount == 0) {
+    if (PoolCount.load(std::memory_order_relaxed) == 0) {
         return nullptr;
     }
+    const VnShortLock guard(Lock);
     int32_t best = -1;
     int32_t bestExcess = std::numeric_limits<int32_t>::max();
     for (int32_t slot = 0; slot < kPoolSlots && bestExcess > kGoodFit; ++slot) {
-        if (Pool[slot] == nullptr) {
-            continue;
-        }
-        const int32_t excess = Pool[slot]->Capacity - capacity;
+        const int32_t excess = PoolCapacities[slot] - capacity; // below 0 for an empty slot too
         if (excess >= 0 && excess < bestExcess) {
             best = slot;
             bestExcess = excess;
@@ -115,10 +115,9 @@ VnStringHeader* VnStringGlobals::TakeFromPool(int32_t capacity) {
     if (best < 0) {
         return nullptr;
     }
-    VnStringHeader* header = Pool[best];
-    Pool[best] = nullptr;
-    --PoolCount;
-    return header;
+    PoolCapacities[best] = -1;
+    PoolCount.store(PoolCount.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+    return std::exchange(Pool[best], nullptr);
 }
 
 VnStringHeader* VnStringGlobals::AllocateBlock(int32_t length, bool usePool) {
@@ -134,7 +133,8 @@ VnStringHeader* VnStringGlobals::AllocateBlock(int32_t length, bool usePool) {
         header = NewBlock(capacity, this);
     }
     header->Length = length;
-    header->ReferenceCount.exchange(1);
+    // Nobody else knows the block yet.
+    header->ReferenceCount.store(1, std::memory_order_relaxed);
     header->Manager = this;
     return header;
 }
@@ -143,11 +143,15 @@ void VnStringGlobals::FreeBlock(VnStringHeader* header) {
     if (header == nullptr) {
         return;
     }
-    if (header->Capacity <= kLargestPooled) {
-        const VnCriticalSectionLock guard(Lock);
-        if (PoolCount < kPoolSlots) {
-            *std::find(std::begin(Pool), std::end(Pool), nullptr) = header;
-            ++PoolCount;
+    if (header->Capacity <= kLargestPooled
+        && PoolCount.load(std::memory_order_relaxed) < kPoolSlots) {
+        const VnShortLock guard(Lock);
+        const int32_t count = PoolCount.load(std::memory_order_relaxed);
+        if (count < kPoolSlots) {
+            const auto slot = std::find(std::begin(Pool), std::end(Pool), nullptr) - Pool;
+            Pool[slot] = header;
+            PoolCapacities[slot] = header->Capacity;
+            PoolCount.store(count + 1, std::memory_order_relaxed);
             return;
         }
     }
@@ -177,7 +181,7 @@ wchar_t* VnStringGlobals::CreateString(const wchar_t* characters,
     const int32_t copied = std::min(length, capacity);
     wchar_t* target = header->GetCharacters();
     if (copied > 0) {
-        std::wmemcpy(target, characters, static_cast<std::size_t>(copied));
+        std::memcpy(target, characters, static_cast<std::size_t>(copied) * sizeof(wchar_t));
     }
     target[copied] = 0;
     header->Length = copied;
@@ -189,6 +193,9 @@ wchar_t* VnStringGlobals::CreateFromBytes(const char* bytes) {
         return Empty;
     }
     const std::size_t count = std::char_traits<char>::length(bytes);
+    if (count >= static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) {
+        throw std::bad_array_new_length();
+    }
     VnStringHeader* header = AllocateBlock(static_cast<int32_t>(count), true);
     wchar_t* target = header->GetCharacters();
     std::transform(bytes, bytes + count, target, [](char byte) {

@@ -27,6 +27,24 @@ struct VnStringHeader {
     /// The characters behind the header.
     wchar_t* GetCharacters() { return reinterpret_cast<wchar_t*>(this + 1); }
 
+    /// Uses `count` more characters, which the caller writes, and gives their place. Null, and no
+    /// change, unless one string alone has the block and there is room: nobody else sees such a
+    /// block, so that it need not be locked while it is written to.
+    wchar_t* Extend(int32_t count) {
+        const int32_t length = Length;
+        if (ReferenceCount != 1 || Capacity - length <= count) {
+            return nullptr;
+        }
+        Length = length + count;
+        GetCharacters()[length + count] = 0;
+        return GetCharacters() + length;
+    }
+    /// Extend by one character; false where that gives null.
+    bool Put(wchar_t ch) {
+        wchar_t* const place = Extend(1);
+        return place != nullptr && (*place = ch, true);
+    }
+
     /// The header ahead of a block's characters.
     static VnStringHeader* FromCharacters(wchar_t* characters) {
         return reinterpret_cast<VnStringHeader*>(characters) - 1;
@@ -162,12 +180,14 @@ private:
     }
     static bool IsClassByLibrary(wchar_t ch, CharacterClass wanted);
 
-    VnCriticalSection Lock;                ///< guards Pool and PoolCount
+    VnCriticalSection Lock;                ///< guards the pool
     wchar_t* Empty = nullptr;              ///< characters of the shared empty text
     VnStringHeader* Pool[kPoolSlots] = {}; ///< free blocks; null is an empty slot
-    int32_t PoolCount = 0;                 ///< occupied slots
-    uint32_t LowerTable[256] = {};         ///< towlower of 0 to 255
-    uint32_t ClassTable[256] = {};         ///< CharacterClass bits of 0 to 255
+    /// Occupied slots. Written under the lock; a look at an empty or a full pool needs none.
+    std::atomic<int32_t> PoolCount{0};
+    int32_t PoolCapacities[kPoolSlots] = {}; ///< of the blocks in Pool, -1 for an empty slot
+    uint32_t LowerTable[256] = {};           ///< towlower of 0 to 255
+    uint32_t ClassTable[256] = {};           ///< CharacterClass bits of 0 to 255
 
     static inline std::atomic<uint32_t> Mark{0}; ///< kMade once Instance stands
     static inline VnStringGlobals* Instance = nullptr;

@@ -48,13 +48,16 @@ void VnString::CleanName() {
         }
     }
     TrimRight(L" -");
+    int32_t start = 0;
+    const auto isAt = [&](wchar_t ch) { return start < GetLength() && Characters[start] == ch; };
     for (bool changed = true; changed;) {
-        TrimLeft(L' ');
-        changed = StartsWith(L"- ") || StartsWith(L": ");
-        if (changed) {
-            RemoveLeft(2);
+        while (isAt(L' ')) {
+            ++start;
         }
+        changed = (isAt(L'-') || isAt(L':')) && Characters[start + 1] == L' ';
+        start += changed ? 2 : 0;
     }
+    RemoveLeft(start);
     if (*this == L"x") {
         Empty();
     }

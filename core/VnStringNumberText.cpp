@@ -45,13 +45,18 @@ void SetByWriter(VnString& text,
     text.ReleaseBuffer(length);
 }
 
+/// std::floor of a value without sign, which the compiler calls as a function.
+double Floor(double value) {
+    return value < kLargestInt64 ? static_cast<double>(static_cast<int64_t>(value)) : value;
+}
+
 /// A value without sign, split at the decimal point.
 struct DecimalParts {
     /// `value` rounded half up to as few decimals as it needs, at most `precision`.
-    DecimalParts(double value, int32_t precision) : Integer(std::floor(value)) {
+    DecimalParts(double value, int32_t precision) : Integer(Floor(value)) {
         const double fraction = value - Integer;
         while (Places < precision
-               && fraction * kPowers[Places] != std::floor(fraction * kPowers[Places])) {
+               && fraction * kPowers[Places] != Floor(fraction * kPowers[Places])) {
             ++Places;
         }
         const double scaled = std::round(fraction * kPowers[Places]);
@@ -73,6 +78,17 @@ struct DecimalParts {
     uint64_t Fraction = 0; ///< the decimals as a number of `Places` digits
     int32_t Places = 0;
 };
+
+/// Up to so many digits a number is put together on the stack.
+constexpr int32_t kUsualDigits = 64;
+
+void PutSign(wchar_t* buffer, int32_t& length, double value, uint32_t flags) {
+    if (value < 0) {
+        buffer[length++] = L'-';
+    } else if (value > 0 && (flags & VnString::kDoublePlus) != 0) {
+        buffer[length++] = L'+';
+    }
+}
 
 VnString IntegerText(double integer, int32_t minimumDigits) {
     VnString text;
@@ -130,12 +146,31 @@ void VnString::SetDouble(
     } else {
         parts.DropTrailingZeros();
     }
-    VnString result;
-    if (value < 0) {
-        result = L'-';
-    } else if (value > 0 && (flags & kDoublePlus) != 0) {
-        result = L'+';
+    constexpr int32_t kUsualRoom = 192;
+    if (parts.Integer < kLargestInt64 && minimumIntegerDigits <= kUsualDigits) {
+        wchar_t buffer[kUsualRoom];
+        int32_t length = 0;
+        PutSign(buffer, length, value, flags);
+        if (parts.Integer != 0 || (flags & kDoubleDropZeroInteger) == 0) {
+            VnNumberText::WriteUnsigned(buffer, kUsualRoom, length,
+                                        static_cast<uint64_t>(parts.Integer), minimumIntegerDigits,
+                                        10, 0);
+        }
+        if (parts.Places + zeros > 0) {
+            buffer[length++] = (flags & kDoublePoint) != 0 ? L'.' : GetDecimalSeparator();
+        }
+        if (parts.Places > 0) {
+            VnNumberText::WriteUnsigned(buffer, kUsualRoom, length, parts.Fraction, parts.Places,
+                                        10, 0);
+        }
+        length = static_cast<int32_t>(std::fill_n(buffer + length, zeros, L'0') - buffer);
+        Assign(buffer, length);
+        return;
     }
+    wchar_t sign[1];
+    int32_t signLength = 0;
+    PutSign(sign, signLength, value, flags);
+    VnString result(sign, signLength);
     if (parts.Integer != 0 || (flags & kDoubleDropZeroInteger) == 0) {
         const VnString integer = IntegerText(parts.Integer, minimumIntegerDigits);
         result += integer;

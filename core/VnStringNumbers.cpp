@@ -1,6 +1,7 @@
 #include "core/VnString.h"
 
 #include "core/VnHexDigits.h"
+#include "core/VnStringArray.h"
 #include "core/VnStringDetail.h"
 
 #include <algorithm>
@@ -83,8 +84,8 @@ public:
             const int32_t digit = VnStringDetail::DigitValue(ch);
             if (digit >= 0) {
                 (inFraction ? fraction : integer).Add(digit);
-            } else if ((ch == L',' || ch == L'.') && !inFraction) {
-                inFraction = AnySeparator || ch == VnString::GetDecimalSeparator();
+            } else if ((ch == L',' || ch == L'.') && fraction.IsEmpty()) {
+                inFraction = inFraction || AnySeparator || ch == VnString::GetDecimalSeparator();
             } else {
                 if (AllowExponent && (ch == L'e' || ch == L'E') && depth < kDeepestExponent) {
                     ++Position;
@@ -95,7 +96,9 @@ public:
         }
         double value = integer.GetInteger() + fraction.GetFraction();
         if (exponent != 0 && value != 0) {
-            value *= std::pow(10.0, exponent);
+            // Digits beyond all bounds with an exponent below them are no number.
+            const double scaled = value * std::pow(10.0, exponent);
+            value = std::isnan(scaled) ? 0.0 : scaled;
         }
         return isNegative ? -value : value;
     }
@@ -115,6 +118,7 @@ private:
             Value = Value * 10 + digit;
             ++Places;
         }
+        bool IsEmpty() const { return Places == 0; }
         double GetInteger() const {
             return static_cast<double>(Value) * (Dropped > 0 ? std::pow(10.0, Dropped) : 1.0);
         }
@@ -211,40 +215,37 @@ bool VnString::ToBool() const {
 
 uint32_t VnString::ToIPv4(bool bigEndianOrder) const {
     constexpr int32_t kParts = 4;
-    if (Count(L".") != kParts - 1) {
+    VnStringArray parts;
+    if (parts.Split(*this, L".") != kParts) {
         return 0;
     }
     uint32_t address = 0;
-    int32_t start = 0;
-    for (uint32_t part = 0; part < kParts; ++part) {
-        const int32_t dot = Find(L'.', start);
-        const VnString text = Mid(start, (dot < 0 ? GetLength() : dot) - start);
+    for (int32_t index = 0; index < kParts; ++index) {
         // A part is a byte, so that no part runs into its neighbour.
-        const double value = std::clamp(text.ToDouble(), -1e9, 1e9);
+        const double value = std::clamp(parts[index].ToDouble(), -1e9, 1e9);
         const uint32_t byte = static_cast<uint32_t>(static_cast<int64_t>(value)) & 0xFFU;
-        address |= byte << 8 * (bigEndianOrder ? kParts - 1 - part : part);
-        start = dot + 1;
+        address |= byte << 8 * (bigEndianOrder ? kParts - 1 - index : index);
     }
     return address;
 }
 
 bool VnString::ToMACAddress(uint8_t (&bytes)[6]) const {
     constexpr int32_t kParts = 6;
-    const VnStringDetail::CCharacterSet separators(L".:|-");
+    VnString text(*this);
+    for (const wchar_t separator : {L'.', L':', L'|'}) {
+        text.ReplaceChar(separator, L'-');
+    }
+    VnStringArray parts;
+    if (parts.Split(text, L"-") != kParts) {
+        return false;
+    }
     uint8_t parsed[kParts] = {};
-    int32_t start = 0;
-    for (int32_t part = 0; part < kParts; ++part) {
-        int32_t end = start;
-        while (end < GetLength() && !separators.Has(Characters[end])) {
-            ++end;
-        }
-        const bool isLast = part == kParts - 1;
-        const uint32_t value = Mid(start, end - start).ToHexInt();
-        if (value > 0xFF || isLast != (end == GetLength())) {
+    for (int32_t index = 0; index < kParts; ++index) {
+        const uint32_t value = parts[index].ToHexInt();
+        if (value > 0xFF) {
             return false;
         }
-        parsed[part] = static_cast<uint8_t>(value);
-        start = end + 1;
+        parsed[index] = static_cast<uint8_t>(value);
     }
     std::copy(std::begin(parsed), std::end(parsed), bytes);
     return true;

@@ -5,17 +5,17 @@
 
 namespace {
 
-/// Removes the candidates for which `isWanted` fails, from the last to the first; true when any
-/// went.
+/// Removes the candidates for which `isWanted` fails; true when any went.
 template<typename TEST>
 bool KeepPositions(VnStringParser::CPositions& positions, TEST isWanted) {
-    bool removed = false;
-    for (int32_t index = positions.GetCount() - 1; index >= 0; --index) {
-        if (!isWanted(index)) {
-            positions.RemoveAt(index);
-            removed = true;
+    int32_t kept = 0;
+    for (int32_t index = 0; index < positions.GetCount(); ++index) {
+        if (isWanted(index)) {
+            positions[kept++] = positions[index];
         }
     }
+    const bool removed = kept < positions.GetCount();
+    positions.SetSize(kept);
     return removed;
 }
 

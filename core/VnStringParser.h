@@ -17,10 +17,9 @@
 ///
 /// Pieces: "^" at the start and "$" at the end are anchors; "\" makes the next character text; "%"
 /// begins a variable of flags ("+" one or more, the default; "?" exactly one; "*" any number), sets
-/// ("[a-z,]",
-/// "[!...]" for the others) and a letter (d and x numbers into int32_t, l into int64_t, s any
-/// characters and w white space into VnString); anything else is text. A "^" or "$" elsewhere
-/// counts as text.
+/// ("[a-z,]", or "[!...]" for the others) and a letter (d and x numbers into int32_t, l into
+/// int64_t, s any characters and w white space into VnString); anything else is text. A "^" or "$"
+/// elsewhere counts as text.
 ///
 /// Used on the stack for one parse. Nothing is reported but success or failure.
 class VnStringParser {

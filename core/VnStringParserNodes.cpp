@@ -100,18 +100,19 @@ int32_t VnStringParser::CVariableNode::GetLengths(const VnStringParser& parser,
 }
 
 bool VnStringParser::CVariableNode::CanEndAt(const VnStringParser& parser, int32_t position) const {
-    for (const int32_t candidate : Positions) {
-        if (candidate >= position) {
-            return candidate == position && !Required;
-        }
-        int32_t minimum = 0;
-        int32_t maximum = 0;
-        Match(parser, candidate, minimum, maximum);
-        if (candidate + maximum >= position) {
-            return true;
-        }
+    const int32_t* const next = std::lower_bound(Positions.begin(), Positions.end(), position);
+    if (!Required && next != Positions.end() && *next == position) {
+        return true;
     }
-    return false;
+    if (next == Positions.begin()) {
+        return false;
+    }
+    // Of the candidates ahead the nearest reaches furthest: one that reaches beyond it ends with
+    // the same run.
+    int32_t minimum = 0;
+    int32_t maximum = 0;
+    Match(parser, next[-1], minimum, maximum);
+    return next[-1] + maximum >= position;
 }
 
 bool VnStringParser::CVariableNode::Passes(wchar_t ch) const {

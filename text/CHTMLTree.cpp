@@ -8,6 +8,39 @@
 #include <unordered_set>
 #include <vector>
 
+namespace {
+
+using Item = CHTMLTree::CItem;
+
+/// Adds `item` behind the children of `parent`, which owns it from now on.
+Item* Append(Item* parent, Item* item) {
+    item->Parent = parent;
+    item->Previous = parent->GetChild(parent->GetChildCount() - 1);
+    item->Next = nullptr;
+    if (item->Previous != nullptr) {
+        item->Previous->Next = item;
+    }
+    return parent->AddChild(item);
+}
+
+/// Takes the items of `removed` out of the children of `parent`; they are the caller's now. The
+/// list is put together anew, as taking one item at a time out of a long one moves what is left
+/// each time.
+void CutChildren(Item* parent, const std::unordered_set<const Item*>& removed) {
+    std::vector<Item*> kept; // from the last to the first
+    for (int32_t index = parent->GetChildCount() - 1; index >= 0; --index) {
+        Item* const child = parent->DetachChild(index);
+        if (!removed.contains(child)) {
+            kept.push_back(child);
+        }
+    }
+    for (; !kept.empty(); kept.pop_back()) {
+        Append(parent, kept.back());
+    }
+}
+
+} // namespace
+
 /// The item behind `item` in document order, but none outside the items below `top`; null at the
 /// end.
 CHTMLTree::CItem* CHTMLTree::Step(const CItem* item, const CItem* top) {
@@ -20,27 +53,21 @@ CHTMLTree::CItem* CHTMLTree::Step(const CItem* item, const CItem* top) {
     return item == top || item == nullptr ? nullptr : item->Next;
 }
 
-CHTMLTree::CItem*
-CHTMLTree::Add(CItem* parent, int32_t type, const VnString& text, uint32_t flags) {
-    auto* const item = new CItem(type, text, flags);
-    const int32_t count = parent->GetChildCount();
-    item->Parent = parent;
-    if (count > 0) {
-        item->Previous = parent->GetChild(count - 1);
-        item->Previous->Next = item;
-    }
-    return parent->AddChild(item);
+bool CHTMLTree::Parse(const VnString& text) {
+    const VnString kept(text); // it may be the text of an item that goes now
+    Clear();
+    ParseBlocks(kept, &Root);
+    return true;
 }
 
-bool CHTMLTree::Parse(const VnString& text) {
+void CHTMLTree::ParseBlocks(const VnString& text, CItem* parent) {
     struct COpenBlock {
         CItem* Start;
         int32_t ContentEnd; ///< where the end item begins
         int32_t End;
     };
-    Clear();
     CHTMLBlocks blocks(text);
-    std::vector<COpenBlock> open{{&Root, text.GetLength(), text.GetLength()}};
+    std::vector<COpenBlock> open{{parent, text.GetLength(), text.GetLength()}};
     int32_t at = 0;
     while (!open.empty()) {
         const COpenBlock current = open.back();
@@ -48,28 +75,31 @@ bool CHTMLTree::Parse(const VnString& text) {
         const bool found = blocks.FindNext(at, current.ContentEnd, block);
         const int32_t textEnd = found ? block.Start : current.ContentEnd;
         if (textEnd > at) {
-            Add(current.Start, kText, text.Mid(at, textEnd - at), 0);
+            Append(current.Start, new CItem(kText, text.Mid(at, textEnd - at), 0));
         }
         if (!found) {
             open.pop_back();
             at = current.End;
             if (!open.empty()) {
-                Add(open.back().Start, current.Start->Type,
-                    text.Mid(current.ContentEnd, current.End - current.ContentEnd), kEnd);
+                Append(open.back().Start,
+                       new CItem(current.Start->Type,
+                                 text.Mid(current.ContentEnd, current.End - current.ContentEnd),
+                                 kEnd));
             }
         } else if (CHTMLBlocks::HasContent(block.Type)) {
             const int32_t contentStart = text.Find(L'>', block.Start) + 1;
             const int32_t lastTag = text.ReverseFind(L'<', block.End - 1);
-            CItem* const start = Add(current.Start, block.Type,
-                                     text.Mid(block.Start, contentStart - block.Start), kStart);
+            CItem* const start = Append(
+                current.Start,
+                new CItem(block.Type, text.Mid(block.Start, contentStart - block.Start), kStart));
             open.push_back({start, lastTag < contentStart ? block.End : lastTag, block.End});
             at = contentStart;
         } else {
-            Add(current.Start, block.Type, text.Mid(block.Start, block.End - block.Start), 0);
+            Append(current.Start,
+                   new CItem(block.Type, text.Mid(block.Start, block.End - block.Start), 0));
             at = block.End;
         }
     }
-    return true;
 }
 
 void CHTMLTree::Clear() {
@@ -212,20 +242,14 @@ VnString CHTMLTree::GetDivContent(const wchar_t* name) {
 void CHTMLTree::RemoveDivs(const wchar_t* name) {
     CItemArray items;
     FindItems(kDiv, name, /*partial=*/true, items);
-    // From the last to the first, so that an item goes ahead of the one that it lies in.
-    for (int32_t index = items.GetCount() - 1; index >= 0; --index) {
-        CItem* const item = items[index];
-        if (item->Previous != nullptr) {
-            item->Previous->Next = item->Next;
+    const std::unordered_set<const CItem*> removed(items.begin(), items.end());
+    std::unordered_set<const CItem*> cut;
+    for (const CItem* item : items) {
+        if (cut.insert(item->Parent).second) {
+            CutChildren(item->Parent, removed);
         }
-        if (item->Next != nullptr) {
-            item->Next->Previous = item->Previous;
-        }
-        CItem* const parent = item->Parent;
-        int32_t child = parent->GetChildCount() - 1;
-        while (child >= 0 && parent->GetChild(child) != item) {
-            --child;
-        }
-        parent->RemoveChild(child);
+    }
+    for (const CItem* item : items) {
+        delete item;
     }
 }

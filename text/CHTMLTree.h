@@ -70,6 +70,8 @@ public:
 
     /// Replaces the tree by that of `text`. Always true.
     bool Parse(const VnString& text);
+    /// Adds the items of `text` behind the children of `parent`, an item of this tree.
+    void ParseBlocks(const VnString& text, CItem* parent);
     /// Leaves the root alone, with an empty text.
     void Clear();
 
@@ -103,7 +105,6 @@ public:
 
 private:
     static CItem* Step(const CItem* item, const CItem* top);
-    static CItem* Add(CItem* parent, int32_t type, const VnString& text, uint32_t flags);
     static void SetHidden(CItem* item, bool hidden);
 
     CItem Root;

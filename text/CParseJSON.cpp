@@ -2,6 +2,8 @@
 
 #include "core/VnStringArray.h"
 
+#include <cwchar>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -12,7 +14,7 @@ class CReader {
 public:
     explicit CReader(const VnString& text)
         : Text(text)
-        , At(text.GetText())
+        , At(Text.GetText())
         , End(At + text.GetLength()) {}
 
     /// Reads the object at the first "{" into `root`.
@@ -85,7 +87,7 @@ private:
     }
 
     void ReadMember() {
-        if (At == End || *At == L'}') {
+        if (At == End || *At == L'}' || !HasMoreNames) {
             Close();
             return;
         }
@@ -95,11 +97,13 @@ private:
         At = name;
         const wchar_t* const nameEnd = Find(L'"');
         if (nameEnd == End) {
+            // Nor will the objects around it find one, each of which would search the same rest.
+            HasMoreNames = false;
             At = start;
             Close();
             return;
         }
-        const VnString key(name, static_cast<int32_t>(nameEnd - name));
+        const VnString& key = ShareName(name, static_cast<int32_t>(nameEnd - name));
         At = nameEnd + 1;
         At = Find(L':');
         if (At < End) {
@@ -137,6 +141,22 @@ private:
         } else {
             node->Value = ReadValue();
         }
+    }
+
+    /// The name as a text. The objects of an array have the same names, which then share a block.
+    /// Good until the next one.
+    const VnString& ShareName(const wchar_t* name, int32_t length) {
+        if (length < 1) {
+            return NoName;
+        }
+        const uint32_t ends =
+            static_cast<uint32_t>(name[0]) * 31 + static_cast<uint32_t>(name[length - 1]);
+        VnString& kept = Names[(ends * 31 + static_cast<uint32_t>(length)) % std::size(Names)];
+        if (kept.GetLength() != length
+            || std::wmemcmp(kept, name, static_cast<size_t>(length)) != 0) {
+            kept = VnString(name, length);
+        }
+        return kept;
     }
 
     VnString ReadValue() {
@@ -180,7 +200,10 @@ private:
     const VnString Text;
     const wchar_t* At;
     const wchar_t* const End;
+    bool HasMoreNames = true; ///< two quotes may still follow
     std::vector<CLevel> Open;
+    VnString Names[64]; ///< some of those that were read
+    const VnString NoName;
 };
 
 } // namespace
@@ -201,8 +224,9 @@ VnString CParseJSON::CNode::GetValue(const wchar_t* name) const {
 }
 
 bool CParseJSON::Parse(const VnString& text) {
+    CReader reader(text); // holds the text, which may be a value of the tree that goes now
     Clear();
-    CReader(text).Read(*Root);
+    reader.Read(*Root);
     return true;
 }
 
@@ -236,8 +260,8 @@ bool CParseJSON::HasValueAt(const wchar_t* path, const wchar_t* value) const {
 }
 
 bool CParseJSON::GetValuesAt(const wchar_t* path, VnStringArray& values) const {
+    const CNode* const node = GetNode(path); // first, as the path may be one of the values
     values.Empty();
-    const CNode* const node = GetNode(path);
     for (int32_t index = 0; node != nullptr && index < node->GetChildCount(); ++index) {
         values.Add(node->GetChild(index)->Value);
     }

@@ -79,6 +79,10 @@ void VnXMLDocument::PrepareInsert(CInsertPlace& place, uint32_t options) {
         place.ReplacedLength = isSelfClosed ? 2 : 1;
         place.Offset = contentStart - place.ReplacedLength;
         place.Ahead = lineEnd.empty() ? L">" : L">\r\n";
+        if (isSelfClosed && Text[place.Offset - 1] == L'/') {
+            // Of "//>" one slash stays, which must not make an end of the tag with the new ">".
+            place.Ahead = lineEnd.empty() ? L" >" : L" >\r\n";
+        }
         place.EndTag = lineEnd.data() + (L"</" + name) + L">";
         place.Behind = View(place.EndTag);
         place.EndTagLength = name.GetLength() + 3;
@@ -123,7 +127,8 @@ int32_t VnXMLDocument::InsertText(CInsertPlace& place, const VnString& text, uin
     ReplaceText(place.Offset, place.ReplacedLength, place.Ahead, View(text), place.Behind);
     if (place.EndTagLength > 0) {
         CRecord& parent = Record(place.Parent);
-        SetStartTagLength(parent, tagLength + 1 - place.ReplacedLength);
+        const auto tagEnd = static_cast<int32_t>(place.Ahead.find(L'>') + 1);
+        SetStartTagLength(parent, tagLength + tagEnd - place.ReplacedLength);
         SetEndTagLength(parent, place.EndTagLength);
         parent.LevelAndFlags &= ~uint32_t{kRecordNoEndTag};
     }
