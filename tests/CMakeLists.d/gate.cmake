@@ -30,9 +30,24 @@ vn_add_test(files/VnFileSystemOperationsTest.cpp DEPENDS VnTools ENVIRONMENT LSA
 vn_add_test(files/VnFileSystemPruneTest.cpp DEPENDS VnTools)
 vn_add_test(files/VnFileSystemTreesTest.cpp DEPENDS VnTools)
 vn_add_test(files/VnMoveCopyDirectoryTest.cpp DEPENDS VnTools)
-vn_add_test(plugin/ExportsTest.cpp DEPENDS VnPortableDrives VnTools ${VN_TEST_MODULES})
+vn_add_test(plugin/ExportsTest.cpp DEPENDS VnPortableDrives VnTools VnReader ${VN_TEST_MODULES})
 vn_add_test(plugin/VnAppTest.cpp LAYERS drive plugin)
 vn_add_test(runtime/CProcessInfoTest.cpp)
 vn_add_test(runtime/CVersionInfoTest.cpp DEPENDS VersionModule ${VN_TEST_MODULES})
 vn_add_test(runtime/VnSharedMemoryTest.cpp)
 vn_add_test(runtime/VnSiblingModulesTest.cpp DEPENDS ${VN_TEST_MODULES})
+
+# Programs in which single calls of the system fail: support/FailingCalls.h has a wrapper for each of these.
+set(VN_FAILING_CALLS open fcntl ioctl read write close pclose lseek fallocate ftruncate fdatasync fchdir fstat stat
+    lstat fstatat statvfs unlink rename mkdir utimes chdir getcwd realpath readlink opendir readdir getdents64 fopen
+    fdopen ferror popen system fork socket getifaddrs shm_open mmap)
+function(vn_fail_calls target)
+    target_sources(${target} PRIVATE support/FailingCalls.cpp)
+    foreach(call IN LISTS VN_FAILING_CALLS)
+        target_link_options(${target} PRIVATE -Wl,--wrap=${call})
+    endforeach()
+endfunction()
+vn_add_test(files/FaultTest.cpp DEPENDS VnTools)
+vn_fail_calls(files_FaultTest)
+vn_fail_calls(drive_CPortableDriveScanTest)
+vn_fail_calls(drive_CPortableDriveTransferTest)

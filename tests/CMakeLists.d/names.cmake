@@ -1,7 +1,7 @@
 vn_add_test(files/VnFileSystemDirectoriesTest.cpp DEPENDS VnTools)
 vn_add_test(files/VnFileSystemVolumesTest.cpp DEPENDS VnReader)
 vn_add_test(files/VnFilenameClassesTest.cpp)
-vn_add_test(files/VnFilenameMimeTypeTest.cpp DEPENDS VnTools VnReader)
+vn_add_test(files/VnFilenameMimeTypeTest.cpp DEPENDS VnTools VnReader HTTPServer)
 vn_add_test(files/VnFilenameSplitTest.cpp)
 vn_add_test(files/VnFilenameStateTest.cpp DEPENDS VnTools VnReader)
 vn_add_test(files/VnFilenameTest.cpp)
@@ -17,4 +17,9 @@ set_target_properties(TestRegisterableModule PROPERTIES
 vn_add_test(runtime/VnRunProgramTest.cpp DEPENDS TestRegisterableModule)
 target_compile_definitions(runtime_VnRunProgramTest PRIVATE
     VN_TEST_REGISTERABLE_MODULE="$<TARGET_FILE:TestRegisterableModule>"
+)
+
+# The labels of volumes are read from a folder of the test.
+target_link_options(files_VnFileSystemVolumesTest PRIVATE
+    -Wl,--wrap=opendir -Wl,--wrap=lstat -Wl,--wrap=realpath
 )

@@ -1,7 +1,7 @@
 vn_add_test(core/VnStringFilesTest.cpp DEPENDS VnTools VnReader)
-vn_add_test(data/CFileLoaderDocumentsTest.cpp DEPENDS VnTools VnReader)
 vn_add_test(text/CHTMLTreeTest.cpp)
 vn_add_test(text/CParseJSONTest.cpp)
+vn_add_test(text/HostileTextTest.cpp)
 vn_add_test(text/VnXMLEditTest.cpp)
 vn_add_test(text/VnXMLModelTest.cpp)
 vn_add_test(text/VnXMLNavigateTest.cpp)

@@ -1,10 +1,11 @@
 #include "core/VnPropertyMap.h"
 
+#include "tests/support/TestText.h"
 #include "text/VnXMLDocument.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <tuple>
 
 namespace {
 
@@ -28,59 +29,50 @@ TEST(VnPropertyMapXML, ReadsBackWhatItWrote) {
     VnPropertyMap read;
     read.SetInt(L"old", 1);
     EXPECT_TRUE(read.SetXML(map.GetXML(L"Root", false, 2.5), L"Root", 2.5));
-    EXPECT_TRUE(read.IsEqual(map))
-        << testing::PrintToString(std::wstring(read.Dump(L"", L"", L"|")));
+    EXPECT_TRUE(read.IsEqual(map)) << ToBytes(read.Dump(L"", L"", L"|"));
 }
 
 TEST(VnPropertyMapXML, ChecksRootAndVersion) {
-    struct {
-        const wchar_t* Text;
-        bool Result;
-        int32_t Count;
-    } constexpr kRows[] = {
-        {L"", true, 0},
-        {L"<Root version=\"1.00\"><Item Name=\"a\">1</Item></Root>", true, 1},
+    constexpr std::tuple<const wchar_t*, bool, const char*> kRows[] = {
+        {L"", true, ""},
+        {L"<Root version=\"1.00\"><Item Name=\"a\">1</Item></Root>", true, "a: 1;"},
         {L"<?xml version=\"1.0\"?>\n<Root version=\"1,0\"><Item Name=\"a\">1</Item></Root>", true,
-         1},
-        {L"<Root version=\"2.0\"><Item Name=\"a\">1</Item></Root>", false, 0},
-        {L"<Root version=\"1.01\"><Item Name=\"a\">1</Item></Root>", false, 0},
-        {L"<Root><Item Name=\"a\">1</Item></Root>", false, 0},
-        {L"<Other version=\"1.0\"><Item Name=\"a\">1</Item></Other>", false, 0},
-        {L"no document", false, 0},
-        {L"<Root version=\"1.0\"><Item Name=\"a\">1</Item><x/><Item Name=\"A\">2</Item>"
-         L"<Item Name=\"b\"/></Root>",
-         true, 2},
-        {L"<Root version=\"1.0\"><Group><Item Name=\"a\">1</Item></Group></Root>", true, 0},
+         "a: 1;"},
+        {L"<Root version=\"2.0\"><Item Name=\"a\">1</Item></Root>", false, ""},
+        {L"<Root version=\"1.01\"><Item Name=\"a\">1</Item></Root>", false, ""},
+        {L"<Root><Item Name=\"a\">1</Item></Root>", false, ""},
+        {L"<Other version=\"1.0\"><Item Name=\"a\">1</Item></Other>", false, ""},
+        {L"no document", false, ""},
+        {L"<Root version=\"1.0\"/>", true, ""},
+        // The last of equal keys wins.
+        {L"<Root version=\"1.0\"><Item Name=\"a\">1</Item><x/><Item Name=\"A\">2</Item></Root>",
+         true, "a: 2;"},
+        {L"<Root version=\"1.0\"><Group><Item Name=\"a\">1</Item></Group></Root>", true, ""},
     };
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(testing::PrintToString(std::wstring(row.Text)));
+    for (const auto& [text, result, dump] : kRows) {
         VnPropertyMap map;
         map.SetInt(L"old", 1);
-        EXPECT_EQ(map.SetXML(row.Text, L"Root", 1.0), row.Result);
-        EXPECT_EQ(map.GetCount(), row.Count);
+        EXPECT_EQ(map.SetXML(text, L"Root", 1.0), result) << ToBytes(text);
+        EXPECT_EQ(ToBytes(map.Dump(L"", L"", L";")), dump) << ToBytes(text);
     }
 }
 
-TEST(VnPropertyMapXML, TheLastOfEqualKeysWins) {
-    VnPropertyMap map;
-    map.SetXML(L"<R version=\"1\"><Item Name=\"Key\">1</Item><Item Name=\"KEY\">2</Item></R>", L"R",
-               1.0);
-    EXPECT_EQ(map.Dump(L"", L"", L""), L"Key: 2");
-}
-
-TEST(VnPropertyMapXML, WritesBelowTheElementThatWasEntered) {
+/// Both work on the element that was entered as a whole, whichever child the cursor stands on.
+TEST(VnPropertyMapXML, WritesAtTheEndAndReadsFromTheStart) {
     VnPropertyMap map;
     map.SetString(L"k", L"v");
-    VnXMLDocument tree(L"<a><b/></a>");
-    ASSERT_TRUE(tree.FindElement(L"a"));
-    ASSERT_TRUE(tree.IntoElement());
-    map.WriteXML(tree);
-    VnXMLDocument written(tree.GetText());
-    ASSERT_TRUE(written.FindElement(L"a"));
-    ASSERT_TRUE(written.IntoElement());
-    VnPropertyMap read;
-    read.ReadXML(written);
-    EXPECT_TRUE(read.IsEqual(map)) << testing::PrintToString(std::wstring(tree.GetText()));
+    map.SetString(L"m", L"w");
+    for (const wchar_t* child : {L"none", L"b", L"c"}) {
+        VnXMLDocument tree(L"<a><b/><c/></a>");
+        ASSERT_TRUE(tree.FindElement(L"a") && tree.IntoElement());
+        tree.FindElement(child);
+        map.WriteXML(tree);
+        EXPECT_EQ(ToBytes(tree.GetText()),
+                  "<a><b/><c/><Item Name=\"k\">v</Item>\r\n<Item Name=\"m\">w</Item>\r\n</a>");
+        VnPropertyMap read;
+        read.ReadXML(tree);
+        EXPECT_TRUE(read.IsEqual(map));
+    }
 }
 
 } // namespace

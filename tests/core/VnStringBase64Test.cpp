@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -16,15 +15,10 @@ VnString Encode(const std::string& bytes, bool lineBreaks = false) {
     return text;
 }
 
-std::string Contents(const VnBuffer& buffer) {
-    return std::string(reinterpret_cast<const char*>(buffer.GetData()),
-                       static_cast<size_t>(buffer.GetSize()));
-}
-
 std::string Decode(const wchar_t* text) {
     VnBuffer buffer;
     EXPECT_TRUE(VnString(text).GetBase64(buffer));
-    return buffer.IsEmpty() ? std::string() : Contents(buffer);
+    return ToBytes(buffer);
 }
 
 } // namespace
@@ -34,15 +28,13 @@ TEST(VnStringBase64, VectorsOfTheStandard) {
         const char* Bytes;
         const wchar_t* Text;
     };
-    constexpr Row kRows[] = {
-        {"", L""},
-        {"f", L"Zg=="},
-        {"fo", L"Zm8="},
-        {"foo", L"Zm9v"},
-        {"foob", L"Zm9vYg=="},
-        {"fooba", L"Zm9vYmE="},
-        {"foobar", L"Zm9vYmFy"},
-    };
+    constexpr Row kRows[] = {{"", L""},
+                             {"f", L"Zg=="},
+                             {"fo", L"Zm8="},
+                             {"foo", L"Zm9v"},
+                             {"foob", L"Zm9vYg=="},
+                             {"fooba", L"Zm9vYmE="},
+                             {"foobar", L"Zm9vYmFy"}};
     for (const Row& row : kRows) {
         EXPECT_EQ(ToBytes(Encode(row.Bytes)), ToBytes(row.Text));
         EXPECT_EQ(Decode(row.Text), row.Bytes);
@@ -50,8 +42,7 @@ TEST(VnStringBase64, VectorsOfTheStandard) {
 }
 
 TEST(VnStringBase64, ALineFeedFollowsEvery64CharactersButTheLast) {
-    EXPECT_EQ(Encode(std::string(48, 'a'), true).GetLength(), 64);
-    EXPECT_EQ(Encode(std::string(48, 'a'), true).Find(L'\n'), -1);
+    EXPECT_EQ(Encode(std::string(48, 'a'), true).GetLength(), 64) << "none behind the last";
     const VnString two = Encode(std::string(49, 'a'), true);
     EXPECT_EQ(two.GetLength(), 69);
     EXPECT_EQ(two.Find(L'\n'), 64);
@@ -102,15 +93,12 @@ TEST(VnStringBase64, Hexadecimal) {
         const wchar_t* Text;
         std::string Bytes;
     };
-    const Row kRows[] = {
-        {L"ABC", "\x0A\xBC"}, {L"abCD", "\xAB\xCD"}, {L"0G", ""},
-        {L"41G", "\x04"},     {L"4142G0", "AB"},     {L"", ""},
-        {L"7", "\x07"},
-    };
+    const Row kRows[] = {{L"ABC", "\x0A\xBC"}, {L"abCD", "\xAB\xCD"}, {L"0G", ""},
+                         {L"41G", "\x04"},     {L"4142G0", "AB"},     {L"", ""},
+                         {L"7", "\x07"}};
     for (const Row& row : kRows) {
         VnBuffer buffer(3);
         buffer.SetHexText(row.Text);
-        EXPECT_EQ(buffer.GetSize(), static_cast<int64_t>(row.Bytes.size())) << ToBytes(row.Text);
-        EXPECT_TRUE(buffer.IsEmpty() || Contents(buffer) == row.Bytes) << ToBytes(row.Text);
+        EXPECT_EQ(ToBytes(buffer), row.Bytes) << ToBytes(row.Text);
     }
 }

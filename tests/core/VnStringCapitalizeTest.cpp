@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -31,35 +32,22 @@ protected:
 
 } // namespace
 
-TEST_F(VnStringCapitalize, TitlesUseTheWordLists) {
+TEST_F(VnStringCapitalize, ModesAndWordLists) {
     constexpr Row kRows[] = {
         {kCapitalizeTitle, L"the end of the road", L"The End of the Road"},
         {kCapitalizeTitle, L"THE TOP OF", L"The Top Of"},
         {kCapitalizeTitle, L"rock-the (of) and roll", L"Rock-The (Of) And Roll"},
         {kCapitalizeTitle, L"live in the usa", L"Live In the USA"},
         {kCapitalizeEveryWord, L"end of rem", L"End Of REM"},
-        {kCapitalizeFirstWord, L"end of rem", L"End of REM"},
-        {kCapitalizeLower, L"END OF REM", L"end of rem"},
-    };
-    for (const Row& row : kRows) {
-        VnString text(row.Before);
-        text.Capitalize(row.Mode);
-        EXPECT_EQ(ToBytes(text), ToBytes(row.After)) << "mode " << row.Mode;
-    }
-}
-
-TEST_F(VnStringCapitalize, ModesOnWordsOutsideTheLists) {
-    constexpr Row kRows[] = {
         {kCapitalizeEveryWord, L"o'brien", L"O'Brien"},
         {kCapitalizeEveryWord, L"i'm", L"I'm"},
-        {kCapitalizeEveryWord, L"mccartney", L"McCartney"},
-        {kCapitalizeEveryWord, L"mc", L"Mc"},
+        {kCapitalizeEveryWord, L"mccartney mc", L"McCartney Mc"},
         {kCapitalizeEveryWord, L"2nd take", L"2nd Take"},
-        {kCapitalizeEveryWord, L"SHOUTED-loud\u2026then (what)", L"Shouted-Loud\u2026Then (What)"},
-        {kCapitalizeEveryWord, L"a.b/c&d!e", L"A.B/C&D!E"},
-        {kCapitalizeFirstWord, L"FIRST Of All", L"First of all"},
+        {kCapitalizeEveryWord, L"LOUD-a\u2026b (c).d/e&f!g", L"Loud-A\u2026B (C).D/E&F!G"},
+        {kCapitalizeEveryWord, L"\\a_b[c]d;e,f", L"\\A_B[C]D;E,f"},
+        {kCapitalizeFirstWord, L"FIRST of Rem", L"First of REM"},
         {kCapitalizeUpper, L"mixed Case", L"MIXED CASE"},
-        {kCapitalizeLower, L"Mixed CASE", L"mixed case"},
+        {kCapitalizeLower, L"END OF REM", L"end of rem"},
         {kCapitalizeUnchanged, L"mIxEd", L"mIxEd"},
         {kCapitalizeNone, L"mIxEd", L"mIxEd"},
         {kCapitalizeTitle, L"", L""},
@@ -72,21 +60,24 @@ TEST_F(VnStringCapitalize, ModesOnWordsOutsideTheLists) {
 }
 
 TEST_F(VnStringCapitalize, CleanUpStepsByTheirArguments) {
-    VnString text(L"some_song  --  ( live )");
-    text.CleanUp(true, kCapitalizeNone, true, true, VnString::kArticleKeep, false, false);
-    EXPECT_EQ(ToBytes(text), "some song - (live)");
-    VnString dots(L"- wait... . . . -");
-    dots.CleanUp(false, kCapitalizeNone, false, true, VnString::kArticleKeep, true, false);
-    EXPECT_EQ(ToBytes(dots), ToBytes(L"wait\u2026 \u2026"));
-    VnString quotes(L"\u201CIt\u2019s\u201D \u2018x");
-    quotes.CleanUp(false, kCapitalizeNone, false, false, VnString::kArticleKeep, false, true);
-    EXPECT_EQ(ToBytes(quotes), "\"It's\" 'x");
-    VnString lines(L"one two\nthree");
-    lines.CleanUp(false, kCapitalizeEveryWord, false, false, VnString::kArticleKeep, false, false);
-    EXPECT_EQ(ToBytes(lines), "One Two\nThree");
-    VnString untouched(L"a_b  --\u2019");
-    untouched.CleanUp(false, kCapitalizeNone, false, false, VnString::kArticleKeep, false, false);
-    EXPECT_EQ(ToBytes(untouched), ToBytes(L"a_b  --\u2019"));
+    const struct {
+        const char* Steps; ///< first letters of what is asked for, "c" to capitalise
+        const wchar_t* Before;
+        const wchar_t* After;
+    } rows[] = {
+        {"unt", L"some_song  --  ( live )", L"some song - (live)"},
+        {"te", L"- wait... . . . -", L"wait\u2026 \u2026"},
+        {"q", L"\u201CIt\u2019s\u201D \u2018x", L"\"It's\" 'x"},
+        {"c", L"one two\n\nthree", L"One Two\n\nThree"},
+        {"", L"a_b  --\u2019...", L"a_b  --\u2019..."},
+    };
+    for (const auto& row : rows) {
+        const auto wants = [&](char step) { return std::strchr(row.Steps, step) != nullptr; };
+        VnString text(row.Before);
+        text.CleanUp(wants('u'), wants('c') ? kCapitalizeEveryWord : kCapitalizeNone, wants('n'),
+                     wants('t'), VnString::kArticleKeep, wants('e'), wants('q'));
+        EXPECT_EQ(ToBytes(text), ToBytes(row.After));
+    }
 }
 
 TEST_F(VnStringCapitalize, AGivenArticleMoves) {
@@ -109,13 +100,13 @@ TEST_F(VnStringCapitalize, ArticlesOfTheToolsModuleMove) {
     VnString text(L"The Beatles");
     EXPECT_TRUE(text.HasArticle(true, false));
     EXPECT_FALSE(text.HasArticle(false, true));
-    text.MoveArticleToEnd();
+    text.CleanUp(false, kCapitalizeNone, false, false, VnString::kArticleToEnd, false, false);
     EXPECT_EQ(ToBytes(text), "Beatles, The");
     EXPECT_TRUE(text.HasArticle(false, true));
     VnString stripped(text);
     stripped.StripArticle(true, true);
     EXPECT_EQ(ToBytes(stripped), "Beatles");
-    text.MoveArticleToFront();
+    text.CleanUp(false, kCapitalizeNone, false, false, VnString::kArticleToFront, false, false);
     EXPECT_EQ(ToBytes(text), "The Beatles");
     text.StripArticle(true, false);
     EXPECT_EQ(ToBytes(text), "Beatles");

@@ -13,11 +13,6 @@
 
 namespace {
 
-std::string Bytes(const VnBuffer& buffer) {
-    return {reinterpret_cast<const char*>(buffer.GetData()),
-            static_cast<std::size_t>(buffer.GetSize())};
-}
-
 std::wstring Wide(const VnString& text) {
     return {text.GetText(), static_cast<std::size_t>(text.GetLength())};
 }
@@ -36,13 +31,7 @@ const DecodeCase kDecodeCases[] = {
     {"three bytes", "\xE2\x82\xAC", L"\u20AC", L"\u20AC"},
     {"four bytes", "\xF0\x9F\x98\x80", L"?", L"\U0001F600"},
     {"a byte alone", "\xE9", L"\u00E9", L"\xDCE9"},
-    {"a byte ahead of text",
-     "\xC3"
-     "A",
-     L"\u00C3"
-     L"A",
-     L"\xDCC3"
-     L"A"},
+    {"a byte ahead of text", "\xC3Z", L"\u00C3Z", L"\xDCC3Z"},
     {"cut two", "a\xC3", L"a\u00C3", L"a\xDCC3"},
     {"cut three", "\xE2\x82", L"\u00E2\u0082", L"\xDCE2\xDC82"},
     {"cut four", "\xF0\x9F\x98", L"\u00F0\u009F\u0098", L"\xDCF0\xDC9F\xDC98"},
@@ -65,43 +54,44 @@ TEST(VnStringConversion, DecodesUTF8) {
             SCOPED_TRACE(row.What + std::string(" behind ") + std::to_string(ahead));
             const std::string in = std::string(ahead, 'x') + row.In + "end";
             const std::wstring head(ahead, L'x');
-            VnString text;
+            VnString text(L"old");
             text.SetUTF8(in.data(), static_cast<int64_t>(in.size()));
             EXPECT_EQ(Wide(text), head + row.Lenient + L"end");
             text.SetFileSystemText(in.data(), static_cast<int64_t>(in.size()));
             EXPECT_EQ(Wide(text), head + row.Lossless + L"end");
             EXPECT_EQ(text.GetText()[text.GetLength()], 0);
         }
-        const VnString alone =
-            VnString::FromUTF8(row.In.data(), static_cast<int64_t>(row.In.size()));
-        EXPECT_EQ(Wide(alone), row.Lenient) << row.What;
     }
-    VnString text(L"old");
-    text.SetUTF8(nullptr, 7);
-    EXPECT_TRUE(text.IsEmpty());
-    text.SetUTF8("abc", 2);
-    EXPECT_EQ(text, L"ab");
-    for (const char* whole : {"\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}) {
+    // Behind every number of other characters, with enough behind it that several are taken at
+    // once.
+    for (const DecodeCase& row : kDecodeCases) {
+        std::string in(300, 'x');
+        std::wstring head(300, L'x');
+        for (int32_t before = 0; before < 17; ++before) {
+            SCOPED_TRACE(row.What + std::string(" behind others: ") + std::to_string(before));
+            const std::string all = in + row.In + "\xC3\xA9\xE2\x82\xAC" + std::string(40, 'y');
+            const std::wstring tail = L"\u00E9\u20AC" + std::wstring(40, L'y');
+            const auto size = static_cast<int64_t>(all.size());
+            EXPECT_EQ(Wide(VnString::FromUTF8(all.data(), size)), head + row.Lenient + tail);
+            EXPECT_EQ(Wide(VnString::FromFileSystemText(all.data(), size)),
+                      head + row.Lossless + tail);
+            in += before % 3 == 0 ? "\xE2\x82\xAC" : "\xC3\xA9";
+            head += before % 3 == 0 ? L'\u20AC' : L'\u00E9';
+        }
+    }
+    for (const char* whole : {"abc", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"}) {
         const auto cut = static_cast<int64_t>(std::strlen(whole)) - 1;
-        text.SetUTF8(whole, cut);
-        EXPECT_EQ(text.GetLength(), cut) << "no byte behind the length is read";
-        text.SetFileSystemText(whole, cut);
-        EXPECT_EQ(text.GetLength(), cut);
+        EXPECT_EQ(VnString::FromUTF8(whole, cut).GetLength(), cut) << "none behind it is read";
+        EXPECT_EQ(VnString::FromFileSystemText(whole, cut).GetLength(), cut);
     }
-    text.SetUTF8("abc");
-    EXPECT_EQ(text, L"abc");
+    EXPECT_EQ(VnString::FromUTF8("abc"), L"abc");
+    EXPECT_EQ(VnString::FromUTF8(nullptr, 7), L"");
 }
 
-TEST(VnStringConversion, DecoderBufferSizes) {
-    const auto capacity = [](std::size_t count) {
-        VnString text;
-        text.SetUTF8(std::string(count, 'x').c_str());
-        return text.GetCapacity();
-    };
-    EXPECT_GE(capacity(31), 32);
-    EXPECT_GE(capacity(260), 261);
-    EXPECT_GE(capacity(5000), 5001);
-    EXPECT_LE(capacity(5000), 5261) << "grows by what is left, not by doubling";
+TEST(VnStringConversion, TheDecoderGrowsByWhatIsLeft) {
+    const int32_t capacity = VnString::FromUTF8(std::string(5000, 'x').c_str()).GetCapacity();
+    EXPECT_GE(capacity, 5001);
+    EXPECT_LE(capacity, 5261) << "and not by doubling";
 }
 
 TEST(VnStringConversion, FileSystemTextGivesTheSameBytesBack) {
@@ -132,62 +122,59 @@ TEST(VnStringConversion, FileSystemTextGivesTheSameBytesBack) {
 TEST(VnStringConversion, EncodesUTF8) {
     const struct {
         std::wstring In;
-        std::string Out;      ///< of GetUTF8
-        std::string ForCalls; ///< of VnStringUTF8
+        std::string Out;
+        const char* ForCalls = nullptr; ///< of VnStringUTF8 where it differs
     } rows[] = {
-        {L"", "", ""},
-        {L"a\x7F", "a\x7F", "a\x7F"},
-        {L"\x80\u07FF", "\xC2\x80\xDF\xBF", "\xC2\x80\xDF\xBF"},
-        {L"\u0800\uFFFF", "\xE0\xA0\x80\xEF\xBF\xBF", "\xE0\xA0\x80\xEF\xBF\xBF"},
-        {L"\U00010000\U0010FFFF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
-         "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+        {L"", ""},
+        {L"a\x7F", "a\x7F"},
+        {L"\x80\u07FF", "\xC2\x80\xDF\xBF"},
+        {L"\u0800\uFFFF", "\xE0\xA0\x80\xEF\xBF\xBF"},
+        {L"\U00010000\U0010FFFF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
         {L"\xDC80\xDCFF", "\xED\xB2\x80\xED\xB3\xBF", "\x80\xFF"},
-        {L"\xDC7F", "\xED\xB1\xBF", "\xED\xB1\xBF"},
+        {L"\xDC7F", "\xED\xB1\xBF"},
         {std::wstring(40, L'x') + L"\u00E9" + std::wstring(17, L'y'),
-         std::string(40, 'x') + "\xC3\xA9" + std::string(17, 'y'),
          std::string(40, 'x') + "\xC3\xA9" + std::string(17, 'y')},
-        {std::wstring(15, L'x') + L"\u0100", std::string(15, 'x') + "\xC4\x80",
-         std::string(15, 'x') + "\xC4\x80"},
+        {std::wstring(15, L'x') + L"\u0100", std::string(15, 'x') + "\xC4\x80"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Out);
-        const VnString text(row.In.c_str(), static_cast<int32_t>(row.In.size()));
         VnBuffer buffer(3);
-        text.GetUTF8(buffer);
-        EXPECT_EQ(Bytes(buffer), row.Out);
-        EXPECT_STREQ(VnStringUTF8(text), row.ForCalls.c_str());
+        VnString(row.In.c_str()).GetUTF8(buffer);
+        EXPECT_EQ(ToBytes(buffer), row.Out);
+        EXPECT_STREQ(VnStringUTF8(row.In.c_str()),
+                     row.ForCalls == nullptr ? row.Out.c_str() : row.ForCalls);
     }
     VnBuffer buffer;
     VnString(L"\u00E9tude").GetUTF8(buffer, 2);
-    EXPECT_EQ(Bytes(buffer), "\xC3\xA9t");
+    EXPECT_EQ(ToBytes(buffer), "\xC3\xA9t");
     VnString(L"ab").GetUTF8(buffer, 99);
-    EXPECT_EQ(Bytes(buffer), "ab");
+    EXPECT_EQ(ToBytes(buffer), "ab");
     EXPECT_STREQ(VnStringUTF8(nullptr), "");
     EXPECT_STREQ(VnStringUTF8(L"abc", 2), "ab");
 }
 
 TEST(VnStringConversion, EightBitText) {
-    VnString text;
-    text.SetBytes("a\xE9\x80");
-    EXPECT_EQ(Wide(text), L"a\u00E9\u0080");
     std::string all;
     std::wstring widened;
     for (int32_t i = 0; i < 256; ++i) {
         all += static_cast<char>(i);
         widened += static_cast<wchar_t>(i);
     }
+    VnString text;
     text.SetBytes(all.data(), 256);
     EXPECT_EQ(Wide(text), widened);
     VnBuffer buffer;
     text.GetBytes(buffer);
-    EXPECT_EQ(Bytes(buffer), all);
+    EXPECT_EQ(ToBytes(buffer), all);
     text.SetBytes("ab\0c", 4, true);
     EXPECT_EQ(Wide(text), L"ab");
     text.SetBytes("ab\0c", 4);
     EXPECT_EQ(text.GetLength(), 4);
     text.SetBytes(nullptr);
     EXPECT_TRUE(text.IsEmpty());
-    EXPECT_STREQ(VnStringBytes(L"a\u00FF\u0100\U0001F600"), "a\xFF??");
+    const VnStringBytes narrow(L"a\u00FF\u0100\U0001F600");
+    EXPECT_STREQ(narrow, "a\xFF??");
+    EXPECT_EQ(narrow.GetString(), L"a\u00FF??");
     EXPECT_STREQ(VnStringBytes(nullptr), "");
     EXPECT_STREQ(VnStringBytes(L"abc", 1), "a");
 }
@@ -202,6 +189,7 @@ TEST(VnStringConversion, SixteenBitText) {
         bool Swap;
         std::wstring Out;
     } rows[] = {
+        {"null", {}, 4, false, false, L""},
         {"to the zero", {0x61, 0x20AC, 0}, -1, false, false, L"a\u20AC"},
         {"length", {0x61, 0x62, 0x63}, 2, false, false, L"ab"},
         {"zero inside", {0x61, 0, 0x63}, 3, false, false, L"a"},
@@ -217,15 +205,10 @@ TEST(VnStringConversion, SixteenBitText) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.What);
         VnString text(L"old");
-        text.SetUTF16(row.In.data(), row.Length, row.Detect, row.Swap);
+        text.SetUTF16(row.In.empty() ? nullptr : row.In.data(), row.Length, row.Detect, row.Swap);
         EXPECT_EQ(Wide(text), row.Out);
     }
-    VnString text(L"old");
-    text.SetUTF16(nullptr, 4);
-    EXPECT_TRUE(text.IsEmpty());
-    const VnStringUTF16 units(L"a\u20AC\U0001F600");
-    const uint16_t expected[] = {0x61, 0x20AC, 0xF600, 0};
-    EXPECT_EQ(std::memcmp(units, expected, sizeof expected), 0);
+    EXPECT_EQ(VnStringUTF16(L"a\u20AC\U0001F600").GetString(), L"a\u20AC\uF600");
 }
 
 } // namespace

@@ -15,20 +15,18 @@ struct EditCase {
     const wchar_t* After;
 };
 
-VnNumberArray<int> Ranges(std::initializer_list<int> values) {
+template<typename... INT>
+void RemoveRanges(VnString& text, INT... bounds) {
     VnNumberArray<int> ranges;
-    for (const int value : values) {
-        ranges.Add(value);
-    }
-    return ranges;
+    (ranges.Add(bounds), ...);
+    text.RemoveRanges(ranges);
 }
 
 const EditCase kEditCases[] = {
     // Append
     {"append of itself", L"ab", [](VnString& t) { t.Append(t); }, L"abab"},
     {"append of its own tail", L"abc", [](VnString& t) { t.Append(t.GetText() + 1); }, L"abcbc"},
-    {"append of its own terminator", L"abc", [](VnString& t) { t.Append(t.GetText() + 3); },
-     L"abc"},
+    {"append of its terminator", L"abc", [](VnString& t) { t.Append(t.GetText() + 3); }, L"abc"},
     {"append with a count", L"a", [](VnString& t) { t.Append(L"xyz", 2); }, L"axy"},
     {"append of null", L"a", [](VnString& t) { t.Append(nullptr, 2); }, L"a"},
     {"append to empty", L"", [](VnString& t) { t.Append(VnString(L"xy")); }, L"xy"},
@@ -38,36 +36,29 @@ const EditCase kEditCases[] = {
     {"append of bytes", L"a", [](VnString& t) { t.AppendBytes("\xE9z"); }, L"a\u00E9z"},
     {"append of counted bytes", L"a", [](VnString& t) { t.AppendBytes("xyz", 2); }, L"axy"},
     {"line feeds", L"a", [](VnString& t) { t.AppendLineFeeds(2); }, L"a\n\n"},
-    {"no line feeds", L"a", [](VnString& t) { t.AppendLineFeeds(-1); }, L"a"},
     {"plus itself", L"ab", [](VnString& t) { t += t; }, L"abab"},
     {"plus operators", L"m", [](VnString& t) { t = L'<' + (L"[" + t + L"]") + L'>'; }, L"<[m]>"},
     // Insert
     {"prepend of itself", L"ab", [](VnString& t) { t.Prepend(t); }, L"abab"},
     {"prepend of characters", L"ab", [](VnString& t) { t.Prepend(L'-', 3); }, L"---ab"},
-    {"prepend of no characters", L"ab", [](VnString& t) { t.Prepend(L'-', -3); }, L"ab"},
     {"insert past the end", L"ab", [](VnString& t) { t.Insert(3, L'x'); }, L"ab"},
     {"insert ahead of the start", L"ab", [](VnString& t) { t.Insert(-1, L"x"); }, L"ab"},
-    {"insert at the end", L"ab", [](VnString& t) { t.Insert(2, L'x'); }, L"abx"},
     {"insert inside", L"ab", [](VnString& t) { t.Insert(1, L"xyz"); }, L"axyzb"},
     {"insert of itself", L"ab", [](VnString& t) { t.Insert(1, t.GetText()); }, L"aabb"},
     {"insert of null", L"ab", [](VnString& t) { t.Insert(1, nullptr); }, L"ab"},
     // Remove
     {"left", L"abc", [](VnString& t) { t.RemoveLeft(2); }, L"c"},
-    {"left of all", L"abc", [](VnString& t) { t.RemoveLeft(3); }, L""},
     {"left of none", L"abc", [](VnString& t) { t.RemoveLeft(-1); }, L"abc"},
     {"right", L"abc", [](VnString& t) { t.RemoveRight(1); }, L"ab"},
     {"right of too much", L"abc", [](VnString& t) { t.RemoveRight(9); }, L""},
     {"both ends", L"abcd", [](VnString& t) { t.RemoveEnds(1, 2); }, L"b"},
-    {"both ends meet", L"abcd", [](VnString& t) { t.RemoveEnds(2, 2); }, L""},
     {"both ends overlap", L"abcd", [](VnString& t) { t.RemoveEnds(0x7fffffff, 0x7fffffff); }, L""},
     {"one end negative", L"abcd", [](VnString& t) { t.RemoveEnds(-5, 1); }, L"abc"},
     {"range", L"abcd", [](VnString& t) { t.Remove(1, 2); }, L"ad"},
     {"range past the end", L"abcd", [](VnString& t) { t.Remove(2, 0x7fffffff); }, L"ab"},
-    {"range at the start", L"abcd", [](VnString& t) { t.Remove(0, 2); }, L"cd"},
     {"range outside", L"abcd", [](VnString& t) { t.Remove(4, 1); }, L"abcd"},
     {"character", L"abab", [](VnString& t) { t.Remove(L'a'); }, L"bb"},
-    {"characters of a set", L"a-b_c\u2010", [](VnString& t) { t.RemoveChars(L"-_\u2010"); },
-     L"abc"},
+    {"chars of a set", L"a-b_\u2010", [](VnString& t) { t.RemoveChars(L"-_\u2010"); }, L"ab"},
     {"characters of itself", L"abc", [](VnString& t) { t.RemoveChars(t.GetText() + 1); }, L"a"},
     {"all hits, folded", L"xAbxaBx", [](VnString& t) { t.RemoveAll(L"ab", false); }, L"xxx"},
     {"all hits, no overlap", L"aaa", [](VnString& t) { t.RemoveAll(L"aa"); }, L"a"},
@@ -86,21 +77,13 @@ const EditCase kEditCases[] = {
     {"from a character", L"a:b:c", [](VnString& t) { t.RemoveFrom(L':', true); }, L"a"},
     {"behind a text", L"a::b", [](VnString& t) { t.RemoveFrom(L"::", false); }, L"a::"},
     {"from a text that is missing", L"ab", [](VnString& t) { t.RemoveFrom(L"x", true); }, L"ab"},
-    {"ranges", L"0123456789",
-     [](VnString& t) {
-         t.RemoveRanges(Ranges({0, 2, 3, 4, 8, 10}));
-     },
-     L"24567"},
-    {"ranges out of bounds", L"012",
-     [](VnString& t) {
-         t.RemoveRanges(Ranges({-5, 1, 2, 99, 1, 2}));
-     },
+    {"ranges", L"0123456789", [](VnString& t) { RemoveRanges(t, 0, 2, 3, 4, 8, 10); }, L"24567"},
+    {"ranges out of bounds", L"012", [](VnString& t) { RemoveRanges(t, -5, 1, 2, 99, 1, 2); },
      L"1"},
-    {"no ranges", L"012", [](VnString& t) { t.RemoveRanges(Ranges({1})); }, L"012"},
+    {"no ranges", L"012", [](VnString& t) { RemoveRanges(t, 1); }, L"012"},
     // Trim
     {"trim", L" \t a b\n ", [](VnString& t) { t.Trim(); }, L"a b"},
     {"trim of blanks alone", L"   ", [](VnString& t) { t.Trim(); }, L""},
-    {"trim left", L"  a ", [](VnString& t) { t.TrimLeft(); }, L"a "},
     {"trim right", L"  a ", [](VnString& t) { t.TrimRight(); }, L"  a"},
     {"trim of a character", L"--a-", [](VnString& t) { t.Trim(L'-'); }, L"a"},
     {"trim left of a set", L"-_a-_", [](VnString& t) { t.TrimLeft(L"_-"); }, L"a-_"},
@@ -111,22 +94,18 @@ const EditCase kEditCases[] = {
     // Case and ends
     {"upper", L"abC1", [](VnString& t) { t.MakeUpper(); }, L"ABC1"},
     {"lower", L"ABc1", [](VnString& t) { t.MakeLower(); }, L"abc1"},
-    {"trailing of empty", L"", [](VnString& t) { t.EnsureTrailing(L'/'); }, L""},
     {"trailing missing", L"a", [](VnString& t) { t.EnsureTrailing(L'/'); }, L"a/"},
     {"trailing once", L"a/", [](VnString& t) { t.EnsureTrailing(L'/'); }, L"a/"},
     {"trailing run", L"a///", [](VnString& t) { t.EnsureTrailing(L'/'); }, L"a/"},
-    {"trailing one alone", L"/", [](VnString& t) { t.EnsureTrailing(L'/'); }, L"/"},
     {"trailing just two", L"//", [](VnString& t) { t.EnsureTrailing(L'/'); }, L"//"},
     {"trailing of three", L"///", [](VnString& t) { t.EnsureTrailing(L'/'); }, L"/"},
     {"reverse", L"abc", [](VnString& t) { t.Reverse(); }, L"cba"},
-    {"reverse of one", L"a", [](VnString& t) { t.Reverse(); }, L"a"},
     {"empty", L"abc", [](VnString& t) { t.Empty(); }, L""},
     {"set a character", L"abc", [](VnString& t) { t.SetAt(1, L'x'); }, L"axc"},
-    {"left assigned", L"abc", [](VnString& t) { t = t.Left(2); }, L"ab"},
     {"utf-8", L"abc", [](VnString& t) { t.SetUTF8("x\xC3\xA9"); }, L"x\u00E9"},
     {"number", L"abc", [](VnString& t) { t.SetInt(-12); }, L"-12"},
-    {"format with itself", L"abc", [](VnString& t) { t.Format(L"<%s|%s>", t, t.GetText()); },
-     L"<abc|abc>"},
+    {"format of itself", L"ab", [](VnString& t) { t.Format(L"<%s|%s>", t, t.GetText()); },
+     L"<ab|ab>"},
     {"format append with itself", L"ab",
      [](VnString& t) { t.AppendFormat(L"<%s|%s>", t, t.GetText()); }, L"ab<ab|ab>"},
     {"record of itself", L"ab", [](VnString& t) { t.AppendSerialized(t); }, L"ab(2:ab)"},
@@ -155,13 +134,11 @@ TEST(VnStringEdit, TellsWhatItDid) {
     EXPECT_EQ(text.RemoveAll(L"AC", false), 2);
     EXPECT_EQ(text.RemoveAll(L"ac"), 0);
     text = L"a:b";
-    EXPECT_FALSE(text.RemovePrefix(L""));
-    EXPECT_FALSE(text.RemovePrefix(L"a:bc"));
+    EXPECT_FALSE(text.RemovePrefix(L"") || text.RemovePrefix(L"a:bc"));
     EXPECT_TRUE(text.RemovePrefix(L"a"));
     EXPECT_FALSE(text.RemoveSuffix(nullptr));
     EXPECT_TRUE(text.RemoveSuffix(L"B", false));
-    EXPECT_FALSE(text.RemoveUpTo(L'x', true));
-    EXPECT_FALSE(text.RemoveUpTo(1, true));
+    EXPECT_FALSE(text.RemoveUpTo(L'x', true) || text.RemoveUpTo(1, true));
     EXPECT_TRUE(text.RemoveFrom(0, false));
     EXPECT_EQ(text, L":");
 }

@@ -21,18 +21,14 @@ TEST(VnStringFormat, Conversions) {
         const char* Expected;
     } rows[] = {
         {VnString::Formatted(L"plain"), "plain"},
-        {VnString::Formatted(L""), ""},
         {VnString::Formatted(L"100%%!", 1), "100%!"},
         // Text
-        {VnString::Formatted(L"%s", text), "abcdefgh"},
         {VnString::Formatted(L"%5s|%S", text, L"x"), "abcde|x"},
         {VnString::Formatted(L"%0s|", text), "|"},
-        {VnString::Formatted(L"%s", "\xC3\xA9"), "\xC3\xA9"},
         {VnString::Formatted(L"%2s", "\xC3\xA9z"), "\xC3\xA9"},
         {VnString::Formatted(L"%1s", "\xC3\xA9z"), "\xC3\x83"},
         {VnString::Formatted(L"%99s|", L"ab"), "ab|"},
         {VnString::Formatted(L"%s%s", noBytes, noText), "(null)(null)"},
-        {VnString::Formatted(L"[%s]", 5), "[]"},
         {VnString::Formatted(L"%ls", text), "abcdefgh"},
         // Integers
         {VnString::Formatted(L"%d %i", 42, -42), "42 -42"},
@@ -42,7 +38,6 @@ TEST(VnStringFormat, Conversions) {
         {VnString::Formatted(L"%5.3d", 7), "00007"},
         {VnString::Formatted(L"%d", std::numeric_limits<int64_t>::min()), "-9223372036854775808"},
         {VnString::Formatted(L"%u", std::numeric_limits<uint64_t>::max()), "18446744073709551615"},
-        {VnString::Formatted(L"%u", uint32_t{0xFFFFFFFF}), "4294967295"},
         {VnString::Formatted(L"%I64d %I64u %ld %lu %lx", 1, 2, 3, 4, 0xAB), "1 2 3 4 ab"},
         {VnString::Formatted(L"%d|%u", L"x", 1.5), "0|0"},
         {VnString::Formatted(L"%200d", 1).Right(3), "001"},
@@ -54,33 +49,25 @@ TEST(VnStringFormat, Conversions) {
         {VnString::Formatted(L"%10h", 255), "0x00000000FF"},
         {VnString::Formatted(L"%p", 255), "00000000000000FF"},
         {VnString::Formatted(L"%x", -1), "ffffffff"},
-        {VnString::Formatted(L"%8x", -2), "fffffffe"},
         {VnString::Formatted(L"%9x", -1), "ffffffffffffffff"},
-        {VnString::Formatted(L"%h", -1), "0xFFFFFFFF"},
         {VnString::Formatted(L"%p", -1), "FFFFFFFFFFFFFFFF"},
         {VnString::Formatted(L"%x", 0xFFFFFFFE00000000), "fffffffe00000000"},
         // Characters
-        {VnString::Formatted(L"%c%c", L'x', 0xE9), "x\xC3\xA9"},
-        {VnString::Formatted(L"[%c%c%c]", 0, 65536, -1), "[]"},
-        {VnString::Formatted(L"[%c]", L"x"), "[]"},
+        {VnString::Formatted(L"[%c%c%c%c%c]", 0, 65536, -1, L"x", 0xE9), "[\xC3\xA9]"},
         // Floating point
         {VnString::Formatted(L"%f", 1.5), "1.5"},
         {VnString::Formatted(L"%.2f", 1.5), "1.50"},
         {VnString::Formatted(L"%.0f", 2.5), "3"},
         {VnString::Formatted(L"%3.1f", 2.25), "002.3"},
-        {VnString::Formatted(L"%f", 7), "0"},
-        {VnString::Formatted(L"%.2f", L"x"), "0.00"},
+        {VnString::Formatted(L"%f %.2f", 7, L"x"), "0 0.00"},
         // Anything else
-        {VnString::Formatted(L"%q%d", 7), "q7"},
-        {VnString::Formatted(L"%5q%d", 7), "q7"},
+        {VnString::Formatted(L"%q%5q%d", 7), "qq7"},
         {VnString::Formatted(L"%lf %d", 7), "lf 7"},
         {VnString::Formatted(L"%I32d %d", 7), "I32d 7"},
         {VnString::Formatted(L"%lld %d", 7), "lld 7"},
-        {VnString::Formatted(L"end %"), "end "},
         {VnString::Formatted(L"end %5"), "end "},
         {VnString::Formatted(L"%d-%s-%f-%c-%x", 1), "1--0--0"},
         {VnString::Formatted(L"%d", 1, 2, 3), "1"},
-        {VnString::Formatted(L"%c%d", 0, 7), "7"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(ToBytes(row.Result), row.Expected) << "row " << &row - rows;

@@ -29,41 +29,31 @@ TEST(CBlockDataContainer, AlignsBySize) {
     }
 }
 
-TEST(CBlockDataContainer, MakesNoBlockBeforeTheFirstPiece) {
-    CBlockDataContainer container(64, 8);
-    EXPECT_EQ(container.GetOpenBlockCount(), 0);
-    container.Allocate("0123456", 8);
-    EXPECT_EQ(container.GetOpenBlockCount(), 1);
-}
-
-TEST(CBlockDataContainer, GivesALargePieceABlockOfItsOwn) {
-    CBlockDataContainer container(64, 1);
-    ASSERT_NE(container.Allocate(nullptr, 1000), nullptr);
-    EXPECT_EQ(container.GetOpenBlockCount(), 1);
-    container.Allocate(nullptr, 8);
-    // The full block has no room left and retires at the next walk.
-    EXPECT_EQ(container.GetFullBlockCount(), 1);
-    EXPECT_EQ(container.GetOpenBlockCount(), 1);
-}
-
-TEST(CBlockDataContainer, RetiresBlocksBelowTheMinimum) {
-    CBlockDataContainer container(64, 16);
-    container.Allocate(nullptr, 40); // 24 bytes left: stays open.
-    container.Allocate(nullptr, 40);
-    EXPECT_EQ(container.GetFullBlockCount(), 0);
-    EXPECT_EQ(container.GetOpenBlockCount(), 2);
-    container.Allocate(nullptr, 16); // Fits the first: 8 bytes left.
-    EXPECT_EQ(container.GetFullBlockCount(), 0);
-    container.Allocate(nullptr, 16); // Passes over the first, which retires.
-    EXPECT_EQ(container.GetFullBlockCount(), 1);
-    EXPECT_EQ(container.GetOpenBlockCount(), 1);
-}
-
-TEST(CBlockDataContainer, KeepsABlockOfExactlyTheMinimum) {
-    CBlockDataContainer container(64, 24);
-    container.Allocate(nullptr, 40);
-    container.Allocate(nullptr, 40);
-    EXPECT_EQ(container.GetFullBlockCount(), 0);
+TEST(CBlockDataContainer, RetiresBlocksThatAreTooFull) {
+    const struct {
+        const char* What;
+        int64_t MinimumFree;
+        std::vector<int64_t> Sizes;
+        int32_t Open;
+        int32_t Full;
+    } rows[] = {
+        {"no block before the first piece", 8, {}, 0, 0},
+        {"a large piece has a block of its own", 1, {1000}, 1, 0},
+        {"which retires at the next walk", 1, {1000, 8}, 1, 1},
+        {"24 bytes are left: above the minimum", 16, {40, 40}, 2, 0},
+        {"just the minimum", 24, {40, 40}, 2, 0},
+        {"below it", 25, {40, 40}, 1, 1},
+        {"a small piece fits the first block", 16, {40, 40, 16}, 2, 0},
+        {"and the next passes over it", 16, {40, 40, 16, 16}, 1, 1},
+    };
+    for (const auto& row : rows) {
+        CBlockDataContainer container(64, row.MinimumFree);
+        for (const int64_t size : row.Sizes) {
+            container.Allocate(nullptr, size);
+        }
+        EXPECT_EQ(container.GetOpenBlockCount(), row.Open) << row.What;
+        EXPECT_EQ(container.GetFullBlockCount(), row.Full) << row.What;
+    }
 }
 
 TEST(CBlockDataContainer, KeepsAtMostEightBlocksThatAreTooSmall) {

@@ -1,7 +1,7 @@
 #include "data/CFileLoader.h"
 
 #include "files/VnFilename.h"
-#include "tests/support/HTTPServerProcess.h"
+#include "tests/support/HTTPServerTest.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/TestText.h"
 
@@ -17,19 +17,8 @@ namespace {
 
 constexpr time_t kServerDate = 784111777; ///< the Last-Modified of the server
 
-std::string Pattern(size_t count) {
-    std::string bytes;
-    for (size_t i = 0; i < count; i++) {
-        bytes += static_cast<char>(i % 251);
-    }
-    return bytes;
-}
-
-class CFileLoaderFile : public testing::Test {
+class CFileLoaderFile : public HTTPServerTest {
 protected:
-    static void SetUpTestSuite() { Server = std::make_unique<HTTPServerProcess>(); }
-    static void TearDownTestSuite() { Server.reset(); }
-
     static VnFilename URL(const std::wstring& path) {
         return VnFilename(Server->URL(path).c_str());
     }
@@ -53,14 +42,11 @@ protected:
         ASSERT_EQ(::utime((Folder / name).c_str(), &times), 0);
     }
 
-    static std::unique_ptr<HTTPServerProcess> Server;
     const TestFolder Folder;
     CFileLoader Loader;
     VnFilename Target;
     size_t Logged = 0;
 };
-
-std::unique_ptr<HTTPServerProcess> CFileLoaderFile::Server;
 
 } // namespace
 
@@ -87,7 +73,8 @@ TEST_F(CFileLoaderFile, GetsAFreeName) {
 }
 
 TEST_F(CFileLoaderFile, IsDeletedWhenItsLoadFails) {
-    for (const wchar_t* path : {L"/short/1000", L"/badgzip"}) {
+    Loader.SetMaximumSize(1 << 20); // which a packed body may exceed only once it is unpacked
+    for (const wchar_t* path : {L"/short/1000", L"/badgzip", L"/bomb/128"}) {
         SCOPED_TRACE(path);
         EXPECT_FALSE(Load(path, "a", CFileLoader::LoadCreate));
         EXPECT_FALSE(Folder.Exists("a"));
@@ -128,8 +115,18 @@ TEST_F(CFileLoaderFile, IsResumed) {
         EXPECT_TRUE(Load(L"/bytes/1000", mode == CFileLoader::LoadResume ? "new1" : "new2", mode));
 
         Folder.Write("stuck", "abc");
-        EXPECT_FALSE(Load(L"/chunked/1000", "stuck", mode)) << "a server without ranges";
-        EXPECT_EQ(Folder.Read("stuck"), "abc");
+        for (const wchar_t* path : {L"/chunked/1000", L"/shift", L"/bytes/2"}) {
+            SCOPED_TRACE(path);
+            EXPECT_FALSE(Load(path, "stuck", mode))
+                << "no ranges, another range, fewer bytes than are there";
+            EXPECT_EQ(Folder.Read("stuck"), "abc");
+        }
+        Folder.Write("alone", Pattern(400));
+        NewRequests();
+        Loader.SetAllowInternet(false);
+        EXPECT_FALSE(Load(L"/bytes/1000", "alone", mode));
+        EXPECT_EQ(NewRequests().find("/bytes"), std::string::npos);
+        Loader.SetAllowInternet(true);
     }
     EXPECT_EQ(Folder.Read("new1"), Pattern(1000));
     const VnFilename local(ToText(Folder.Write("source", "0123456789")));
@@ -150,6 +147,11 @@ TEST_F(CFileLoaderFile, IsItsOwnCache) {
     EXPECT_EQ(Folder.Read("b"), "cached");
     EXPECT_EQ(ToBytes(Loader.GetStatusCode()), "304");
     EXPECT_EQ(TargetText(), Folder / "b");
+    CCancelHelper cancel;
+    cancel.SetCancelled(true);
+    Loader.SetCancelFlag(&cancel);
+    EXPECT_FALSE(Load(L"/dated", "b", CFileLoader::LoadIfModified)) << "an old 304 says nothing";
+    Loader.SetCancelFlag(nullptr);
 
     // A server that ignores the condition: date and size decide.
     const std::string other(1000, 'c');

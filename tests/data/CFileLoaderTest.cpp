@@ -3,11 +3,14 @@
 #include "data/VnOrderedPropertyMap.h"
 #include "files/VnFilename.h"
 #include "tests/support/TestEnvironment.h"
-#include "tests/support/TestTerminal.h"
 #include "tests/support/TestText.h"
+#include "text/CHTMLTree.h"
+#include "text/CParseJSON.h"
 #include "text/VnXMLDocument.h"
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <chrono>
 #include <functional>
@@ -25,10 +28,14 @@ std::string Bytes(const VnBuffer& buffer) {
 
 class Sink final : public IFileLoaderProgress {
 public:
-    bool IsCancelled() override { return ++Polls >= CancelAt; }
+    bool IsCancelled() override {
+        std::this_thread::sleep_for(Delay);
+        return ++Polls >= CancelAt;
+    }
     void SetProgress(float fraction) override { Fractions.push_back(fraction); }
     int Polls = 0;
     int CancelAt = 1000;
+    std::chrono::milliseconds Delay{0}; ///< a slow reader, seen from here
     std::vector<float> Fractions;
 };
 
@@ -201,6 +208,24 @@ TEST(CFileLoader, LoadsTextsAndDocuments) {
     EXPECT_TRUE(document.GetText().IsEmpty());
 }
 
+TEST(CFileLoader, LoadsJSONAndHTMLAsTheyCome) {
+    const TestFolder folder;
+    const VnFilename missing(ToText(folder / "missing"));
+    CFileLoader loader;
+    CParseJSON json;
+    EXPECT_TRUE(
+        loader.LoadToJSON(VnFilename(ToText(folder.Write("a.json", R"({"a":"x<br>y"})"))), json));
+    EXPECT_EQ(ToBytes(json.GetValueAt(L"a")), "x<br>y");
+    EXPECT_FALSE(loader.LoadToJSON(missing, json));
+    EXPECT_EQ(ToBytes(json.GetValueAt(L"a")), "");
+    CHTMLTree html;
+    const std::string text = "a<div id=\"b\">\xC3\xA9<br></div>";
+    EXPECT_TRUE(loader.LoadToHTML(VnFilename(ToText(folder.Write("a.html", text))), html));
+    EXPECT_EQ(ToBytes(html.GetVisibleText()), text);
+    EXPECT_FALSE(loader.LoadToHTML(missing, html));
+    EXPECT_EQ(ToBytes(html.GetVisibleText()), "");
+}
+
 TEST(CFileLoader, ShowsItsProgress) {
     const TestFolder folder;
     const VnFilename path(ToText(folder.Write("f", std::string(3 * 1048576, 'x'))));
@@ -214,6 +239,13 @@ TEST(CFileLoader, ShowsItsProgress) {
         << "the first block, and 1 at the end; what lies between comes too soon";
     EXPECT_NEAR(sink.Fractions[0], 1.0F / 3, 1e-6F);
     EXPECT_EQ(sink.Fractions[1], 1.0F);
+
+    Sink slow;
+    slow.Delay = std::chrono::milliseconds(260);
+    loader.SetProgress(&slow);
+    EXPECT_TRUE(loader.LoadToBuffer(
+        VnFilename(ToText(folder.Write("g", std::string(4 * 1048576, 'x')))), buffer));
+    EXPECT_EQ(slow.Fractions, (std::vector<float>{0.25F, 0.75F, 1.0F})) << "twice a second";
 
     Sink empty;
     loader.SetProgress(&empty);
@@ -233,6 +265,14 @@ TEST(CFileLoader, IsCancelledByItsSinkAndByItsFlag) {
     EXPECT_EQ(sink.Polls, 2);
     EXPECT_EQ(buffer.GetSize(), 0);
     loader.SetProgress(nullptr);
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    std::thread canceller([&loader] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        loader.Cancel();
+    });
+    EXPECT_FALSE(loader.LoadToBuffer(VnFilename(ToText(folder / "pipe")), buffer))
+        << "nobody writes to it";
+    canceller.join();
     EXPECT_TRUE(loader.LoadToBuffer(path, buffer)) << "the own flag is cleared by the next load";
 
     CCancelHelper shared;
@@ -286,6 +326,15 @@ TEST(CFileLoader, ChecksTheFirstBytes) {
         }
         EXPECT_EQ(seen, row.Seen);
     }
+    Checker never;
+    never.Accept = false;
+    CFileLoader direct;
+    direct.SetUseReaderForLocal(false);
+    VnBuffer bytes;
+    for (const bool atEnd : {false, true}) {
+        direct.SetContentCheck(&never, 9, 100, atEnd);
+        EXPECT_EQ(direct.LoadToBuffer(path, bytes), !atEnd);
+    }
     // The text may also stand in the file as wide characters.
     const wchar_t wide[] = L"xxtagxx";
     const VnFilename other(
@@ -296,44 +345,6 @@ TEST(CFileLoader, ChecksTheFirstBytes) {
     EXPECT_TRUE(loader.LoadToBuffer(other, buffer));
     loader.SetContentCheck(nullptr, 0, 28, true, L"gat");
     EXPECT_FALSE(loader.LoadToBuffer(other, buffer));
-}
-
-TEST(CFileLoader, ShowsItsStatusToWhoeverWaits) {
-    /// Gives the dialog time to be seen.
-    class Slow final : public IFileLoaderProgress {
-    public:
-        bool IsCancelled() override {
-            std::this_thread::sleep_for(std::chrono::milliseconds(250));
-            return false;
-        }
-        void SetProgress(float) override {}
-    };
-    struct Row {
-        bool TitleOnly;
-        const wchar_t* Title;
-        const char* Shown;
-    };
-    constexpr Row kRows[] = {
-        {false, L"My file", "Reading 'My file'  (5 bytes of 5 bytes)"},
-        {true, L"My file", "My file  (5 bytes of 5 bytes)"},
-        {true, L"", "Reading 'Local resource'  (5 bytes of 5 bytes)"},
-    };
-    const TestFolder folder;
-    const VnFilename path(ToText(folder.Write("f", "12345")));
-    for (const Row& row : kRows) {
-        std::string shown;
-        {
-            const TestTerminal terminal;
-            Slow slow;
-            CFileLoader loader;
-            loader.SetProgress(&slow);
-            loader.SetWaitDialog(true, 0, true, row.TitleOnly, row.Title, L"");
-            VnBuffer buffer;
-            EXPECT_TRUE(loader.LoadToBuffer(path, buffer));
-            shown = terminal.TakeOutput();
-        }
-        EXPECT_NE(shown.find(std::string("\033[K") + row.Shown + "\r"), std::string::npos) << shown;
-    }
 }
 
 TEST(CFileLoader, RefusesASecondLoadWhileOneRuns) {

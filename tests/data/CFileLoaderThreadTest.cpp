@@ -70,13 +70,26 @@ TEST(CFileLoaderThread, StartsWhenTold) {
 TEST(CFileLoaderThread, IsCancelledByItsEnd) {
     const HTTPServerProcess server;
     Callback callback;
-    const auto start = std::chrono::steady_clock::now();
-    {
-        CFileLoaderThread thread(VnFilename(server.URL(L"/stall/1000").c_str()), &callback, true);
-        std::this_thread::sleep_for(std::chrono::milliseconds(150));
-        EXPECT_TRUE(thread.IsRunning());
+    for (const int delayMS : {0, 150}) { // ahead of the load, and in its middle
+        SCOPED_TRACE(delayMS);
+        const auto start = std::chrono::steady_clock::now();
+        {
+            CFileLoaderThread thread(VnFilename(server.URL(L"/stall/1000").c_str()), &callback,
+                                     true);
+            std::this_thread::sleep_for(std::chrono::milliseconds(delayMS));
+            EXPECT_TRUE(thread.IsRunning());
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
     EXPECT_EQ(Pump(), 0) << "what a stopped thread posted is dropped";
     EXPECT_EQ(callback.Calls, "");
+}
+
+TEST(CFileLoaderThread, LoadsAgainAfterAStop) {
+    const TestFolder folder;
+    CFileLoaderThread thread(VnFilename(ToText(folder.Write("a", "x"))), nullptr, true);
+    thread.Stop();
+    EXPECT_TRUE(thread.Start());
+    thread.WaitUntilDone();
+    EXPECT_EQ(thread.GetResultFilename().GetFileSize(), 1);
 }

@@ -23,57 +23,66 @@ std::string Patterns(const VnRegexCache& cache) {
 
 TEST(VnRegexCache, DropsWhatWasCompiledFirst) {
     VnRegexCache cache(2);
-    cache.Get(L"a", kFlags);
-    cache.Get(L"b", kFlags);
-    EXPECT_EQ(&cache.Get(L"a", kFlags), &cache.Get(L"a", kFlags));
-    EXPECT_EQ(Patterns(cache), "ba");
-    cache.Get(L"c", kFlags);
-    EXPECT_EQ(Patterns(cache), "cb");
-    cache.Get(L"c", kFlags | static_cast<uint32_t>(std::regex_constants::icase));
-    EXPECT_EQ(Patterns(cache), "cc");
-    EXPECT_THROW(cache.Get(L"(", kFlags), std::regex_error);
-    EXPECT_EQ(Patterns(cache), "cc");
     VnRegexCache unlimited(-1);
-    for (const wchar_t* pattern : {L"a", L"b", L"c", L"d"}) {
+    for (const wchar_t* pattern : {L"a", L"b", L"a", L"c"}) {
+        EXPECT_EQ(&cache.Get(pattern, kFlags), &cache.Get(pattern, kFlags));
         unlimited.Get(pattern, kFlags);
     }
-    EXPECT_EQ(unlimited.GetCount(), 4);
+    EXPECT_EQ(Patterns(cache), "cb");
+    EXPECT_EQ(Patterns(unlimited), "cba");
+    cache.Get(L"c", kFlags | static_cast<uint32_t>(std::regex_constants::icase));
+    EXPECT_THROW(cache.Get(L"(", kFlags), std::regex_error);
+    EXPECT_EQ(Patterns(cache), "cc");
 }
 
 TEST(VnRegexCache, SearchGivesGroupsAndSurroundings) {
-    VnRegexCache cache(4);
-    for (VnRegexCache* used : {static_cast<VnRegexCache*>(nullptr), &cache}) {
-        VnStringArray groups;
-        groups.Add(L"old");
-        int32_t before = -5;
-        int32_t after = -5;
-        EXPECT_TRUE(VnString(L"abc").RegexSearch(L"b", groups, true, used, &before, &after));
-        EXPECT_EQ(groups.GetCount(), 0);
-        EXPECT_EQ(before, 1);
-        EXPECT_EQ(after, 1);
-        EXPECT_TRUE(VnString(L"y").RegexSearch(L"(x)|(y)", groups, true, used));
-        ASSERT_EQ(groups.GetCount(), 2);
-        EXPECT_TRUE(groups[0].IsEmpty());
-        EXPECT_EQ(ToBytes(groups[1]), "y");
-        EXPECT_FALSE(VnString(L"ABC").RegexSearch(L"(b)", groups, true, used));
-        EXPECT_EQ(groups.GetCount(), 0);
-        EXPECT_TRUE(VnString(L"ABC").RegexSearch(L"(b)", groups, false, used));
-        before = -5;
-        EXPECT_FALSE(VnString(L"abc").RegexSearch(L"$", groups, true, used, &before));
-        EXPECT_EQ(before, -5);
-        EXPECT_FALSE(VnString(L"abc").RegexSearch(L"(", groups, true, used));
-        EXPECT_FALSE(VnString(L"abc").RegexFindAll(L"(", groups, true, used));
+    struct SearchCase {
+        const wchar_t* Text;
+        const wchar_t* Pattern;
+        bool CaseSensitive;
+        const char* Found; ///< groups, characters before and after
+    };
+    constexpr SearchCase kCases[] = {
+        {L"abc", L"b", true, ": 1 1"},          {L"y", L"(x)|(y)", true, "|y: 0 0"},
+        {L"xaby", L"(q*)(a)", true, "|a: 1 2"}, {L"ABC", L"(b)", false, "B: 1 1"},
+        {L"ABC", L"(b)", true, nullptr},        {L"abc", L"$", true, nullptr},
+        {L"abc", L"(", true, nullptr},
+    };
+    VnRegexCache cache(-1);
+    for (VnRegexCache* used : {static_cast<VnRegexCache*>(nullptr), &cache, &cache}) {
+        for (const auto& [text, pattern, caseSensitive, found] : kCases) {
+            VnStringArray groups;
+            groups.Add(VnString(pattern)); // it goes when the groups are emptied
+            int32_t before = -5;
+            int32_t after = -5;
+            EXPECT_EQ(
+                VnString(text).RegexSearch(groups[0], groups, caseSensitive, used, &before, &after),
+                found != nullptr);
+            const VnString seen =
+                VnString::Formatted(L"%s: %d %d", groups.Join(L"|"), before, after);
+            EXPECT_EQ(ToBytes(seen), found == nullptr ? ": -5 -5" : found);
+        }
     }
-    EXPECT_EQ(cache.GetCount(), 4);
-    EXPECT_EQ(cache.Get(L"$", kFlags).mark_count(), 0U);
+    EXPECT_EQ(cache.GetCount(), 6) << "all but the one that is no expression";
 }
 
 TEST(VnRegexCache, FindAllGathersTheGroupsOfEveryMatch) {
     VnStringArray groups;
     EXPECT_TRUE(VnString(L"a=1, b=22").RegexFindAll(L"(\\w)=(\\d+)", groups, true));
     EXPECT_EQ(ToBytes(groups.Join(L"|")), "a|1|b|22");
-    EXPECT_TRUE(VnString(L"none").RegexFindAll(L"(x)", groups, true));
+    EXPECT_FALSE(groups[0].RegexFindAll(L"(", groups, true));
     EXPECT_EQ(groups.GetCount(), 0);
-    EXPECT_TRUE(VnString(L"aaa").RegexFindAll(L"a", groups, true));
+    groups.Add(VnString(L"(x)"));
+    EXPECT_TRUE(VnString(L"none").RegexFindAll(groups[0], groups, true));
     EXPECT_EQ(groups.GetCount(), 0);
+}
+
+// The matcher recurses for each character, the compiler for each bracket.
+TEST(VnRegexCache, LongTextsAndDeepPatternsKeepTheStack) {
+    const VnString text(std::wstring(100000, L'a').c_str());
+    VnStringArray groups;
+    EXPECT_FALSE(text.RegexSearch(L"^(a|c)*b", groups, true));
+    EXPECT_TRUE(text.RegexFindAll(L"^((a|c)*)", groups, true));
+    EXPECT_EQ(groups.GetCount() > 0 ? groups[0].GetLength() : 0, text.GetLength());
+    EXPECT_FALSE(text.RegexFindAll(std::wstring(100000, L'(').c_str(), groups, true));
 }

@@ -65,13 +65,4 @@ TEST_F(PlaylistsTest, RefusesWhatTheDeviceDoesNotTake) {
     EXPECT_EQ(failed, 1);
 }
 
-TEST_F(PlaylistsTest, AWrittenPlaylistReadsBack) {
-    Start({{L"PlaylistBasePath", L"Lists"},
-           {L"PlaylistPathRoot", L"Card:"},
-           {L"PlaylistPathToken", L"|"}});
-    Device.Write("Music/a.mp3", "x");
-    EXPECT_EQ(Send(Device / "Music/a.mp3"), 0);
-    EXPECT_EQ(ScanPlaylist(L"Road"), std::vector<std::string>{"Music/a.mp3"});
-}
-
 } // namespace

@@ -1,5 +1,6 @@
 #include "drive/CPortableDriveGeneric.h"
 #include "runtime/VnSharedText.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/FakeHandheld.h"
 #include "tests/support/SampleMedia.h"
 
@@ -71,6 +72,19 @@ TEST_F(ScanTest, VanishedRecordsGoWhenNothingWasAdded) {
     Scan();
     EXPECT_EQ(Database().find("a.mp3"), std::string::npos);
     EXPECT_NE(Database().find("c.mp3"), std::string::npos);
+}
+
+TEST_F(ScanTest, AListingThatBreaksOffTakesNoRecordOfAFileThatIsThere) {
+    Start();
+    Device.Write("a.mp3", "x");
+    Device.Write("b.mp3", "x");
+    Scan();
+    std::filesystem::remove(Device / "a.mp3");
+    const FailingCall brokenOff("getdents64", EIO);
+    EXPECT_EQ(Scan(), Names{});
+    EXPECT_TRUE(brokenOff.HasFailed());
+    EXPECT_EQ(Database().find("a.mp3"), std::string::npos);
+    EXPECT_NE(Database().find("b.mp3"), std::string::npos);
 }
 
 struct VersionCase {
@@ -288,6 +302,7 @@ struct LineCase {
     std::map<std::wstring, std::wstring> Properties;
     std::string Text;
     Names Expected;
+    const char* File = "Lists/Road.m3u";
 };
 
 TEST_F(ScanTest, ReadsPlaylistLines) {
@@ -305,23 +320,21 @@ TEST_F(ScanTest, ReadsPlaylistLines) {
          {{L"PlaylistPathRoot", L"\\Card\\"}, {L"PlaylistPathToken", L"\\"}},
          "#x\r\n\\Card\\..\\Music\\a.mp3\r\n",
          {"Music/a.mp3"}},
+        {"ASX",
+         {},
+         "<asx version=\"3.0\"><entry><ref href=\"../Music/a.mp3\"/></entry>"
+         "<entry><ref href=\"../Music/gone.mp3\"/></entry></asx>",
+         {"Music/a.mp3"},
+         "Lists/Road.asx"},
     };
     for (const LineCase& row : cases) {
         Properties properties = row.Properties;
         properties[L"PlaylistBasePath"] = L"Lists";
         Start(properties);
-        Device.Write("Lists/Road.m3u", row.Text);
+        Device.Write(row.File, row.Text);
         EXPECT_EQ(ScanPlaylist(L"Road"), row.Expected) << row.What;
+        std::filesystem::remove(Device / row.File);
     }
-}
-
-TEST_F(ScanTest, ReadsASXPlaylists) {
-    Start({{L"PlaylistBasePath", L"Lists"}});
-    Device.Write("Music/a.mp3", "x");
-    Device.Write("Lists/Road.asx",
-                 "<asx version=\"3.0\"><entry><ref href=\"../Music/a.mp3\"/></entry>"
-                 "<entry><ref href=\"../Music/gone.mp3\"/></entry></asx>");
-    EXPECT_EQ(ScanPlaylist(L"Road"), Names{"Music/a.mp3"});
 }
 
 TEST_F(ScanTest, NamesThePlaylists) {

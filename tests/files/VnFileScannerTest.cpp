@@ -87,40 +87,37 @@ public:
 
 } // namespace
 
-TEST(VnFileFinder, ListsAsGlobDoes) {
-    const SampleTree tree;
-    EXPECT_EQ(Found(tree.Folder, ""),
-              (Names{"A.MP3", "b.mp3", "cover.jpg", "readme", "sub-b.mp3", "sub.mp3", "sub/"}));
-    EXPECT_EQ(Found(tree.Folder, "*.mp3"), (Names{"b.mp3", "sub-b.mp3", "sub.mp3"}));
-    EXPECT_EQ(Found(tree.Folder, "readme"), (Names{"readme"}));
-    EXPECT_EQ(Found(tree.Folder, "*/one.mp3"), (Names{"sub/one.mp3"}));
-    EXPECT_EQ(Found(tree.Folder, "missing/"), Names{});
-    EXPECT_EQ(Found(tree.Folder, "x*"), Names{});
-}
-
-TEST(VnFileFinder, OnlyTheStarIsAWildcard) {
+TEST(VnFileFinder, ListsAsGlobDoesWithTheStarAsOnlyWildcard) {
     const TestFolder folder;
-    folder.Write("[1]/a?.mp3", "");
-    folder.Write("1/ab.mp3", "");
-    folder.Write("back\\slash/c", "");
-    folder.Write("a*b/d", "");
-    folder.Write("axb/e", "");
-    EXPECT_EQ(Found(folder, "[1]/"), (Names{"[1]/a?.mp3"}));
-    EXPECT_EQ(Found(folder, "[1]/a?.mp3"), (Names{"[1]/a?.mp3"}));
-    EXPECT_EQ(Found(folder, "1/a?.mp3"), Names{});
-    EXPECT_EQ(Found(folder, "back\\slash/"), (Names{"back\\slash/c"}));
-    EXPECT_EQ(Found(folder, "a*b/"), (Names{"a*b/d"})) << "a directory of that very name";
-    EXPECT_EQ(Found(folder, "a*/"), (Names{"a*b/d", "axb/e"}));
-}
-
-TEST(VnFileFinder, ValidityAndExistence) {
-    const SampleTree tree;
+    for (const char* name :
+         {"m/b.mp3", "m/A.MP3", "m/.hidden.mp3", "m/sub/one.mp3", "m/sub.mp3", "m/sub-b.mp3",
+          "[1]/a?.mp3", "1/ab.mp3", "back\\slash/c", "a*b/d", "axb/e"}) {
+        folder.Write(name, "");
+    }
+    const struct {
+        const char* Pattern;
+        Names Expected;
+    } rows[] = {
+        {"m/", {"m/A.MP3", "m/b.mp3", "m/sub-b.mp3", "m/sub.mp3", "m/sub/"}},
+        {"m/*.mp3", {"m/b.mp3", "m/sub-b.mp3", "m/sub.mp3"}},
+        {"m/b.mp3", {"m/b.mp3"}},
+        {"m/*/one.mp3", {"m/sub/one.mp3"}},
+        {"missing/", {}},
+        {"x*", {}},
+        {"[1]/", {"[1]/a?.mp3"}},
+        {"[1]/a?.mp3", {"[1]/a?.mp3"}},
+        {"1/a?.mp3", {}},
+        {"back\\slash/", {"back\\slash/c"}},
+        {"a*b/", {"a*b/d"}}, // a directory of that very name
+        {"a*/", {"a*b/d", "axb/e"}},
+    };
+    for (const auto& row : rows) {
+        const VnString pattern = ToText(folder / row.Pattern);
+        EXPECT_EQ(Found(folder, row.Pattern), row.Expected) << row.Pattern;
+        EXPECT_EQ(VnFileFinder::Exists(pattern), !row.Expected.empty()) << row.Pattern;
+        EXPECT_EQ(VnFileFinder(pattern).IsValid(), row.Pattern != std::string("missing/"));
+    }
     EXPECT_FALSE(VnFileFinder(L"").IsValid());
-    EXPECT_FALSE(VnFileFinder(ToText(tree.Folder / "missing/*")).IsValid());
-    EXPECT_TRUE(VnFileFinder(ToText(tree.Folder / "nothing*")).IsValid());
-    EXPECT_TRUE(VnFileFinder::Exists(ToText(tree.Folder / "b*")));
-    EXPECT_TRUE(VnFileFinder::Exists(ToText(tree.Folder / "b.mp3")));
-    EXPECT_FALSE(VnFileFinder::Exists(ToText(tree.Folder / "z*")));
     EXPECT_FALSE(VnFileFinder::Exists(L""));
 }
 
@@ -143,60 +140,59 @@ TEST(VnFileFinder, KnowsOddNamesAndLinksThatLeadNowhere) {
     EXPECT_FALSE(finder.Next(info));
 }
 
-TEST(VnFileScanner, ListsFilesByExtensionAndDepth) {
+TEST(VnFileScanner, SettingsDecideWhatIsListed) {
+    enum : uint32_t {
+        Flat = 1,
+        Directories = 2,
+        NoFiles = 4,
+        NoDots = 8,
+        NoSizes = 16,
+        NoX = 32
+    };
+    struct Row {
+        const wchar_t* Extensions; ///< with "|" between them
+        uint32_t Settings;
+        int64_t Size;
+        Names Expected;
+    };
+    const Names all = {".dot/three.mp3", "A.MP3",     "b.mp3",   "cover.jpg",
+                       "readme",         "sub-b.mp3", "sub.mp3", "sub/deep/two.flac",
+                       "sub/one.mp3"};
+    const Row rows[] = {
+        {L"", 0, 45, all},
+        {L"", NoSizes, 0, all},
+        {L"mP3", Flat, 20, {"A.MP3", "b.mp3", "sub-b.mp3", "sub.mp3"}},
+        {L"readme", 0, 5, {"readme"}},
+        {L"flac||jpg", 0, 10, {"cover.jpg", "sub/deep/two.flac"}},
+        {L"mp3", NoDots, 25, {"A.MP3", "b.mp3", "sub-b.mp3", "sub.mp3", "sub/one.mp3"}},
+        {L"flac", Directories, 5, {".dot/", "sub/", "sub/deep/", "sub/deep/two.flac"}},
+        {L"", Flat | Directories | NoFiles, 0, {".dot/", "sub/"}},
+        {L"mp3", NoX, 15, {"A.MP3", "sub-b.mp3", "sub.mp3"}},
+    };
     const SampleTree tree;
-    const VnString root = Root(tree.Folder);
-    VnFileScanner all(root, L"", true);
-    EXPECT_EQ(Scanned(tree.Folder, all),
-              (Names{".dot/three.mp3", "A.MP3", "b.mp3", "cover.jpg", "readme", "sub-b.mp3",
-                     "sub.mp3", "sub/deep/two.flac", "sub/one.mp3"}));
-    EXPECT_EQ(all.GetTotalSize(), 45);
-    EXPECT_EQ(all.GetCount(), 9);
-    EXPECT_EQ(ToBytes(all.GetAt(100)), tree.Folder / "sub/one.mp3");
-    EXPECT_EQ(ToBytes(all.GetAt(0)), tree.Folder / ".dot/three.mp3");
-
-    VnFileScanner flat(root, L"mP3");
-    EXPECT_EQ(Scanned(tree.Folder, flat), (Names{"A.MP3", "b.mp3", "sub-b.mp3", "sub.mp3"}));
-    EXPECT_EQ(flat.GetTotalSize(), 20);
-    VnFileScanner bare(root, L"readme");
-    EXPECT_EQ(Scanned(tree.Folder, bare), (Names{"readme"}));
-    VnStringArray extensions;
-    extensions.Add(L"flac");
-    extensions.Add(L"");
-    extensions.Add(L"jpg");
-    VnFileScanner several(root, extensions, true);
-    EXPECT_EQ(Scanned(tree.Folder, several), (Names{"cover.jpg", "sub/deep/two.flac"}));
-}
-
-TEST(VnFileScanner, DotDirectoriesCanBeSkipped) {
-    const SampleTree tree;
-    VnFileScanner scanner(Root(tree.Folder), L"mp3", true);
-    scanner.SetSkipDotDirectories(true);
-    EXPECT_EQ(Scanned(tree.Folder, scanner),
-              (Names{"A.MP3", "b.mp3", "sub-b.mp3", "sub.mp3", "sub/one.mp3"}));
-    VnStringArray directories;
-    EXPECT_EQ(VnFileScanner::GetDirectories(Root(tree.Folder), directories, true), 3);
-    EXPECT_EQ(Below(tree.Folder, directories), (Names{".dot/", "sub/", "sub/deep/"}));
-}
-
-TEST(VnFileScanner, DirectoriesAreListedAheadOfWhatTheyHold) {
-    const SampleTree tree;
-    VnFileScanner scanner(Root(tree.Folder), L"flac", true);
-    scanner.SetIncludeDirectories(true);
-    EXPECT_EQ(Scanned(tree.Folder, scanner),
-              (Names{".dot/", "sub/", "sub/deep/", "sub/deep/two.flac"}));
-    scanner.SetRecursive(false);
-    scanner.SetIncludeFiles(false);
-    scanner.SetPath(Root(tree.Folder), true);
-    EXPECT_EQ(Scanned(tree.Folder, scanner), (Names{".dot/", "sub/"}));
-    EXPECT_EQ(scanner.GetTotalSize(), 0);
+    ASSERT_EQ(chmod((tree.Folder / "b.mp3").c_str(), 0601), 0);
+    for (const Row& row : rows) {
+        VnStringArray extensions;
+        extensions.Split(row.Extensions, L"|");
+        VnFileScanner scanner(Root(tree.Folder), extensions, (row.Settings & Flat) == 0);
+        scanner.SetIncludeDirectories((row.Settings & Directories) != 0);
+        scanner.SetIncludeFiles((row.Settings & NoFiles) == 0);
+        scanner.SetSkipDotDirectories((row.Settings & NoDots) != 0);
+        scanner.SetSumSizes((row.Settings & NoSizes) == 0);
+        scanner.SetExcludeModeBits((row.Settings & NoX) != 0 ? S_IXOTH : 0);
+        SCOPED_TRACE(&row - rows);
+        EXPECT_EQ(Scanned(tree.Folder, scanner), row.Expected);
+        EXPECT_EQ(scanner.GetTotalSize(), row.Size);
+    }
 }
 
 TEST(VnFileScanner, SettingsDecideWhenItScansAgain) {
     const SampleTree tree;
     VnFileScanner scanner(Root(tree.Folder), L"jpg");
     EXPECT_EQ(scanner.GetCount(), 1);
+    EXPECT_EQ(ToBytes(scanner.GetAt(100)), tree.Folder / "cover.jpg");
     tree.Folder.Write("new.jpg", "1");
+    scanner.AddExtension(L""); // wants nothing more
     scanner.Scan();
     EXPECT_EQ(scanner.GetCount(), 1);
     scanner.SetRecursive(false);
@@ -234,24 +230,6 @@ TEST(VnFileScanner, EmptyMissingAndCancelledGiveNothing) {
     EXPECT_EQ(scanner.GetCount(), 0);
 }
 
-TEST(VnFileScanner, ModeBitsExcludeEntries) {
-    const SampleTree tree;
-    ASSERT_EQ(chmod((tree.Folder / "b.mp3").c_str(), 0601), 0);
-    VnFileScanner scanner(Root(tree.Folder), L"mp3", true);
-    scanner.SetExcludeModeBits(S_IXOTH);
-    EXPECT_EQ(Scanned(tree.Folder, scanner), (Names{"A.MP3", "sub-b.mp3", "sub.mp3"}));
-}
-
-TEST(VnFileScanner, ListsTheSameWithoutSizes) {
-    const SampleTree tree;
-    VnFileScanner summing(Root(tree.Folder), L"", true);
-    VnFileScanner plain(Root(tree.Folder), L"", true);
-    plain.SetSumSizes(false);
-    EXPECT_EQ(Scanned(tree.Folder, plain), Scanned(tree.Folder, summing));
-    EXPECT_GT(summing.GetTotalSize(), 0);
-    EXPECT_EQ(plain.GetTotalSize(), 0);
-}
-
 TEST(VnFileScanner, LinksAreFollowedButNoDirectoryIsItsOwnDescendant) {
     const TestFolder folder;
     folder.Write("a/one.mp3", "1");
@@ -264,6 +242,11 @@ TEST(VnFileScanner, LinksAreFollowedButNoDirectoryIsItsOwnDescendant) {
     EXPECT_EQ(Scanned(folder, scanner), (Names{"a/one.mp3", "a/side/gone.mp3", "a/side/two.mp3",
                                                "b/back/one.mp3", "b/gone.mp3", "b/two.mp3"}));
     EXPECT_EQ(scanner.GetTotalSize(), 1 - 1 + 2 + 1 - 1 + 2);
+
+    // A link out of the tree comes back to its root through directories that are no links.
+    scanner.Rescan(ToText(folder / "a/"));
+    EXPECT_EQ(Scanned(folder, scanner), (Names{"a/one.mp3", "a/side/gone.mp3", "a/side/two.mp3",
+                                               "a/up/b/gone.mp3", "a/up/b/two.mp3"}));
 }
 
 TEST(VnFileScanner, NamesAreReadWithoutLoss) {
@@ -326,7 +309,9 @@ TEST(VnFileScanner, OneCallForms) {
     VnStringArray extensions;
     extensions.Add(L"FLAC");
     EXPECT_EQ(VnFileScanner::GetFiles(root, paths, true, extensions), 2);
-    EXPECT_EQ(Below(tree.Folder, paths), (Names{"cover.jpg", "sub/deep/two.flac"}));
+    EXPECT_EQ(VnFileScanner::GetDirectories(root, paths, true), 5);
+    EXPECT_EQ(Below(tree.Folder, paths),
+              (Names{"cover.jpg", "sub/deep/two.flac", ".dot/", "sub/", "sub/deep/"}));
     EXPECT_EQ(VnFileScanner::GetTotalSize(root, true), 45);
     EXPECT_EQ(VnFileScanner::GetTotalSize(root, false), 30);
 }

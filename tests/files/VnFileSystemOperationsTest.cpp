@@ -1,6 +1,9 @@
 #include "files/VnFileSystem.h"
 
 #include "core/VnStringArray.h"
+#include "files/VnFileFinder.h"
+#include "files/VnFileInfo.h"
+#include "files/VnFileScanner.h"
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnLog.h"
 #include "runtime/VnSiblingModules.h"
@@ -37,37 +40,88 @@ protected:
     std::unique_ptr<CLogToStringItem> Log;
 };
 
-/// Names that a shell, a program or a decoder could take for something else.
+/// Names that a shell, a program, a pattern or a decoder could take for something else.
 const std::vector<std::string> kHardNames = {
     "plain.mp3",
     "it's.mp3",
+    "'\"''",
     "$(touch x) `id` \"q\".mp3",
+    "a; touch x & | > x #",
     "-rf",
-    "two  blanks and\ttab",
-    "new\nline",
-    "*?[a]",
-    "back\\slash",
+    "--",
+    "~",
+    " blanks  within and\ttab and behind ",
+    "new\nline\r\n",
+    "\n",
+    "*",
+    "*?[a]{b,c}!",
+    "AC\\DC",
+    "a\\b.mp3",
+    "\\",
+    "dot.",
+    "x.mp3;1",
+    "<x>&amp;.mp3",
+    "%41%00.mp3",
+    "file:",
+    "\x01\x7F",
     "\xF0\x9F\x98\x80 emoji",
     "latin \xE9 byte",
+    "\xFF\xFE\xC0\x80\xED\xB2\x80",
+    std::string(255, 'n'),
+    std::string(251, 'n') + ".mp3",
+    std::string(254, '\xE9') + "'",
 };
 
 using FileSystemFiles = FileSystemTest;
 
+/// Everything is done with a file and a folder of that name, and the one with the other inside.
 TEST_F(FileSystemFiles, ReachTheirPlaceWhateverTheirName) {
+    Folder.Write("x.mp3", "kept");
     for (const std::string& name : kHardNames) {
         SCOPED_TRACE(name);
-        Folder.Write("from/" + name, "bytes of " + name);
+        const std::string inner = name + "/" + name;
+        const std::string bytes = "bytes of " + name;
+        Folder.Write("from/" + inner, bytes);
         std::filesystem::create_directories(Folder / "to");
-        EXPECT_TRUE(VnFileSystem::CopyFile(*this / ("from/" + name), *this / ("to/" + name),
-                                           /*failIfExists=*/false));
-        EXPECT_EQ(Folder.Read("to/" + name), "bytes of " + name);
-        EXPECT_TRUE(VnFileSystem::MoveFile(*this / ("to/" + name), *this / ("to/moved " + name)));
-        EXPECT_EQ(Folder.Read("to/moved " + name), "bytes of " + name);
+
+        EXPECT_TRUE(VnFileSystem::CopyDirectory(*this / "from", *this / "copy", true));
+        EXPECT_EQ(Folder.Read("copy/" + inner), bytes);
+        VnStringArray found;
+        ASSERT_EQ(VnFileScanner::GetFiles(*this / "copy", found, /*recursive=*/true), 1);
+        EXPECT_EQ(ToBytes(found[0]), Folder / ("copy/" + inner));
+        VnFileFinder finder(*this / "copy/");
+        VnFileInfo info;
+        EXPECT_TRUE(finder.Next(info) && info.IsDirectory());
+        EXPECT_EQ(ToBytes(info.GetLastSegment()), name);
+        EXPECT_TRUE(VnFileSystem::MoveDirectory(*this / "copy", *this / "moved", true));
+        EXPECT_EQ(Folder.Read("moved/" + inner), bytes);
+        EXPECT_FALSE(Folder.Exists("copy"));
+
+        const VnString file = *this / ("to/" + name);
+        EXPECT_TRUE(VnFileSystem::CopyFile(*this / ("from/" + inner), file, /*failIfExists=*/true));
+        EXPECT_FALSE(VnFileSystem::CopyFile(*this / "x.mp3", file, /*failIfExists=*/true));
+        EXPECT_EQ(Folder.Read("to/" + name), bytes);
+        EXPECT_TRUE(VnFileSystem::IsFile(file));
+        EXPECT_TRUE(VnFileSystem::MoveFile(file, *this / ("from/" + inner)));
         EXPECT_FALSE(Folder.Exists("to/" + name));
-        EXPECT_TRUE(VnFileSystem::DeleteFile(*this / ("to/moved " + name)));
-        EXPECT_FALSE(Folder.Exists("to/moved " + name));
+        EXPECT_TRUE(VnFileSystem::MoveFile(*this / ("from/" + name), file)) << "as a directory";
+        EXPECT_EQ(Folder.Read("to/" + inner), bytes);
+
+        EXPECT_TRUE(VnFileSystem::DeleteFile(*this / ("to/" + inner)));
+        EXPECT_TRUE(VnFileSystem::IsDirectoryEmpty(file, false, false, true));
+        VnFileSystem::DeleteEmptyDirectories(file, /*recursive=*/false, /*walkUp=*/false);
+        EXPECT_FALSE(Folder.Exists("to/" + name));
+        EXPECT_TRUE(VnFileSystem::MakeDirectoryTree(*this / ("to/" + inner)));
+        EXPECT_TRUE(VnFileSystem::DeleteDirectoryTree(*this / "to"));
+        EXPECT_FALSE(Folder.Exists("to/" + name));
+        VnFileSystem::PruneOldFilesFromDirectory(*this / ("moved/" + name), 0, -1);
+        EXPECT_FALSE(Folder.Exists("moved/" + inner));
+        for (const char* rest : {"from", "moved"}) {
+            std::filesystem::remove_all(Folder / rest);
+        }
     }
     EXPECT_FALSE(Folder.Exists("x")) << "no name was run as a command";
+    EXPECT_EQ(Folder.Read("x.mp3"), "kept");
 }
 
 TEST_F(FileSystemFiles, AreDeletedQuietlyWhenMissing) {
@@ -258,13 +312,6 @@ TEST_F(FileSystemFiles, OpenAsStreamsThatProgramsDoNotInherit) {
     std::fclose(file);
     EXPECT_EQ(Folder.Read("latin \xE9"), "text");
     EXPECT_EQ(VnFileSystem::OpenFile(*this / "missing", "r"), nullptr);
-}
-
-TEST_F(FileSystemFiles, HaveNoAttributes) {
-    const VnString path = ToText(Folder.Write("file", ""));
-    EXPECT_EQ(VnFileSystem::SetFileAttributes(path, 6), 0);
-    EXPECT_EQ(VnFileSystem::GetFileAttributes(path), 0U);
-    EXPECT_EQ(VnFileSystem::UnmapFilename(path), 0);
 }
 
 TEST(FileSystemEnvironment, IsReadAndReplaced) {

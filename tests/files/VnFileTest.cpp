@@ -156,21 +156,6 @@ TEST(VnFile, SeekAndLength) {
     EXPECT_TRUE(file.Flush());
 }
 
-TEST(VnFile, AFullDeviceReachesTheCaller) {
-    struct stat device = {};
-    if (stat("/dev/full", &device) != 0 || !S_ISCHR(device.st_mode)) {
-        GTEST_SKIP() << "/dev/full is not a device here";
-    }
-    VnFile file(VnString(L"/dev/full"), kWrite, kShareAll, VnFile::OpenExisting);
-    ASSERT_TRUE(file.Open());
-    int64_t written = 7;
-    EXPECT_FALSE(file.Write("abc", 3, written));
-    EXPECT_EQ(written, 0);
-    EXPECT_FALSE(file.Write("abc", 3));
-    EXPECT_FALSE(file.WriteUTF8(L"abc"));
-    EXPECT_FALSE(file.WriteWide(L"abc"));
-}
-
 TEST(VnFile, TextForms) {
     const TestFolder folder;
     VnFile file(ToText(folder / "a"), kRead | kWrite, 0, VnFile::CreateAlways);

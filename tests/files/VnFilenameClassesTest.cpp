@@ -1,6 +1,6 @@
 #include "files/VnFilename.h"
 
-#include "tests/support/TestText.h"
+#include "tests/support/TextRows.h"
 
 #include <gtest/gtest.h>
 
@@ -14,21 +14,19 @@ TEST(VnFilenameClasses, EachFlagAdmitsOneClassOfLocalNames) {
         const wchar_t* Text;
         int32_t Flag; ///< number of the flag that this text needs, -1 for none
     };
-    constexpr Case kCases[] = {
-        {L"", 0},
-        {nullptr, 0},
-        {L"(0x12345678):/a", 1},
-        {L"(0x12345678):/", 1},
-        {L"http://h/a", 2},
-        {L"/m/a.mp3?u=ftp://h", 2},
-        {L"/m/show.vntv", 3},
-        {L"\\\\server\\a", 4},
-        {L"(0x1234567):/a", -1},
-        {L"(0x12345678)/a", -1},
-        {L"http:/h", -1},
-        {L"/m/a.mp3", -1},
-        {L"\\server", -1},
-    };
+    constexpr Case kCases[] = {{L"", 0},
+                               {nullptr, 0},
+                               {L"(0x12345678):/a", 1},
+                               {L"(0x12345678):/", 1},
+                               {L"http://h/a", 2},
+                               {L"/m/a.mp3?u=ftp://h", 2},
+                               {L"/m/show.vntv", 3},
+                               {L"\\\\server\\a", 4},
+                               {L"(0x1234567):/a", -1},
+                               {L"(0x12345678)/a", -1},
+                               {L"http:/h", -1},
+                               {L"/m/a.mp3", -1},
+                               {L"\\server", -1}};
     for (const Case& row : kCases) {
         SCOPED_TRACE(row.Text == nullptr ? "null" : ToBytes(row.Text));
         const auto isLocal = [&row](int32_t allowed) {
@@ -41,52 +39,30 @@ TEST(VnFilenameClasses, EachFlagAdmitsOneClassOfLocalNames) {
     }
 }
 
-struct TestCase {
-    const char* Text;
-    bool Expected;
-};
-
-void Check(bool (*test)(const wchar_t*), const std::vector<TestCase>& cases) {
-    for (const TestCase& row : cases) {
-        EXPECT_EQ(test(ToText(row.Text)), row.Expected) << row.Text;
+void Check(bool (*test)(const wchar_t*),
+           const std::vector<const char*>& members,
+           const std::vector<const char*>& others) {
+    for (const char* text : members) {
+        EXPECT_TRUE(test(ToText(text))) << text;
+    }
+    for (const char* text : others) {
+        EXPECT_FALSE(test(ToText(text))) << text;
     }
 }
 
 TEST(VnFilenameClasses, TellsNamesByTheirText) {
-    Check(&VnFilename::GetIsFileRemote, {{"", false},
-                                         {":/", false},
-                                         {"://", true},
-                                         {"a:b://", true},
-                                         {"a:/ /", false},
-                                         {"::///", true}});
-    Check(&VnFilename::GetIsSpecialName, {{"a.tvlb.x", true},
-                                          {"a.TVLB", false},
-                                          {"..vntv", true},
-                                          {".tvgd", true},
-                                          {"(0:x", true},
-                                          {"(123:", true},
-                                          {"(:x", false},
-                                          {"(12", false},
-                                          {"(1a:x", false},
-                                          {"<xmlph version=\"1\">", true},
-                                          {"<XMLPH version", false},
-                                          {"radio paradise: x", true},
-                                          {"Radio Paradise:x", false}});
-    Check(&VnFilename::GetIsLibraryServerURL,
-          {{"http://h/thws/a", true}, {"THWS", false}, {"http://h/th/ws", false}});
-    Check(&VnFilename::GetIsConversionURL, {{"http://h/THWS/Conversion", true},
-                                            {"http://h/THWS", false},
-                                            {"http://h/conversion", false}});
-    Check(&VnFilename::GetIsRTMP, {{"rtmp://h", true},
-                                   {"RTMPS://h", true},
-                                   {"rtmpe://h", true},
-                                   {"rtmpt://h", true},
-                                   {"rtmpx://h", false},
-                                   {"rtmp:/h", false},
-                                   {" rtmp://h", false}});
-    Check(
-        &VnFilename::GetIsTVFile,
-        {{"/a.VTV", true}, {"/a.vts", true}, {"/a.vntv", true}, {"/a.tv", false}, {"vtv", false}});
+    using F = VnFilename;
+    Check(&F::GetIsFileRemote, {"://", "a:b://", "::///"}, {"", ":/", "a:/ /"});
+    Check(&F::GetIsSpecialName,
+          {"a.tvlb.x", "..vntv", ".tvgd", "(0:x", "(123:", "<xmlph version=\"1\">",
+           "radio paradise: x"},
+          {"a.TVLB", "(:x", "(12", "(1a:x", "<XMLPH version", "Radio Paradise:x"});
+    Check(&F::GetIsLibraryServerURL, {"http://h/thws/a"}, {"THWS", "http://h/th/ws"});
+    Check(&F::GetIsConversionURL, {"http://h/THWS/Conversion"},
+          {"http://h/THWS", "http://h/conversion"});
+    Check(&F::GetIsRTMP, {"rtmp://h", "RTMPS://h", "rtmpe://h", "rtmpt://h"},
+          {"rtmpx://h", "rtmp:/h", " rtmp://h"});
+    Check(&F::GetIsTVFile, {"/a.VTV", "/a.vts", "/a.vntv"}, {"/a.tv", "vtv"});
 }
 
 TEST(VnFilenameClasses, LongURLsAreStreamsUnlessTheyNameAMediaFile) {
@@ -122,77 +98,48 @@ TEST(VnFilenameClasses, NumbersTheKindsOfSchemes) {
 }
 
 TEST(VnFilenameClasses, ConvertsPathStyles) {
-    struct Case {
-        const char* Text;
-        int32_t From;
-        int32_t To;
-        const char* Expected;
-    };
-    constexpr Case kCases[] = {
-        {"a\\b", 0, 2, "a/b"},
-        {"/a\\b", 0, 2, "/a\\b"},
-        {"/a\\b", 0, 4, "/a\\b"},
-        {"/a\\b", 0, 3, "\\a\\b"},
-        {"/a\\b", 1, 2, "/a/b"},
-        {"/a\\b", 1, 3, "\\a\\b"},
-        {"/a\\b", 1, 4, "/a/b"},
-        {"/a\\b", 2, 2, "/a\\b"},
-        {"/a\\b", 2, 3, "\\a\\b"},
-        {"/a\\b", 2, 4, "/a\\b"},
-        {"/a\\b", 3, 2, "/a/b"},
-        {"/a\\b", 3, 3, "/a\\b"},
-        {"/a\\b", 3, 4, "/a/b"},
-        {"/a\\b", 4, 2, "/a\\b"},
-        {"/a\\b", 4, 3, "\\a\\b"},
-        {"/a\\b", 4, 4, "/a\\b"},
-        {"/a\\b", 3, 0, "/a\\b"},
-        {"/a\\b", 1, 1, "/a\\b"},
-        {"/a\\b", 1, 5, "/a\\b"},
-        {"file:///a%20b", 5, 2, "/a b"},
-        {"FILE://LOCALHOST/a%2Fb+c", 5, 4, "/a/b+c"},
-        {"file:///C:/a%20b", 5, 3, "C:\\a b"},
-        {"file:///a%2541", 5, 2, "/a%41"},
-        {"file://localhosts/a", 5, 2, "localhosts/a"},
-        {"file:///%C3%A9", 5, 2, "/\xC3\xA9"},
-        {"file:///%f0%9F%8e%B5%20%2541", 5, 2, "/\xF0\x9F\x8E\xB5 %41"},
-        {"file:///\xE4\xB8\xAD%C3%A9%", 5, 2, "/\xE4\xB8\xAD\xC3\xA9%"},
-        {"file:///%E9%FF", 5, 2, "/\xC3\xA9\xC3\xBF"},
-        {"/a%20b", 5, 2, "/a%20b"},
-        {"/a%20b", 5, 3, "/a%20b"},
-        {"file:///a", 5, 5, "file:///a"},
-    };
-    for (const Case& row : kCases) {
-        VnString text = ToText(row.Text);
-        VnFilename::ConvertPathStyle(text, VnPathStyle(row.From), VnPathStyle(row.To));
-        EXPECT_EQ(ToBytes(text), row.Expected) << row.Text << ' ' << row.From << ' ' << row.To;
+    // What becomes of "/a\b": for each style that it is in, the text in the styles 0 to 5.
+    constexpr const char* kKept = "/a\\b";
+    constexpr const char* kSlash = "/a/b";
+    constexpr const char* kBack = "\\a\\b";
+    constexpr const char* kStyles[][6] = {
+        {kKept, kKept, kKept, kBack, kKept, kKept}, {kKept, kKept, kSlash, kBack, kSlash, kKept},
+        {kKept, kKept, kKept, kBack, kKept, kKept}, {kKept, kKept, kSlash, kKept, kSlash, kKept},
+        {kKept, kKept, kKept, kBack, kKept, kKept}, {kKept, kKept, kKept, kKept, kKept, kKept}};
+    for (int32_t from = 0; from < 6; ++from) {
+        for (int32_t to = 0; to < 6; ++to) {
+            VnString text = L"/a\\b";
+            VnFilename::ConvertPathStyle(text, VnPathStyle(from), VnPathStyle(to));
+            EXPECT_EQ(ToBytes(text), kStyles[from][to]) << from << ' ' << to;
+        }
     }
+    const auto expect = [](VnPathStyle from, VnPathStyle to,
+                           std::initializer_list<const char*> rows) {
+        ExpectChanges(rows, [&](VnString& text) { VnFilename::ConvertPathStyle(text, from, to); });
+    };
+    expect(PathStyleUnknown, PathStyleNative, {"a\\b | a/b"});
+    expect(PathStyleUnknown, PathStyleForwardSlash, {"a\\b | a/b"});
+    expect(PathStyleFileURL, PathStyleNative,
+           {"file:///a%20b | /a b", "file:///a%2541 | /a%41", "file://localhosts/a | localhosts/a",
+            "file:///%C3%A9 | /\xC3\xA9", "file:///%f0%9F%8e%B5%20%2541 | /\xF0\x9F\x8E\xB5 %41",
+            "file:///\xE4\xB8\xAD%C3%A9% | /\xE4\xB8\xAD\xC3\xA9%",
+            "file:///%E9%FF | /\xC3\xA9\xC3\xBF", "/a%20b | /a%20b"});
+    expect(PathStyleFileURL, PathStyleForwardSlash, {"FILE://LOCALHOST/a%2Fb+c | /a/b+c"});
+    expect(PathStyleFileURL, PathStyleBackslash, {"file:///C:/a%20b | C:\\a b", "/a%20b | /a%20b"});
+    expect(PathStyleFileURL, PathStyleFileURL, {"file:///a | file:///a"});
     EXPECT_EQ(VnFilename::GetPathStyle(L"a\\b/c"), PathStyleForwardSlash);
     EXPECT_EQ(VnFilename::GetPathStyle(L"ab"), PathStyleBackslash);
-    EXPECT_EQ(VnFilename::GetNativePathStyle(), PathStyleForwardSlash);
 }
 
 TEST(VnFilenameClasses, EndsPathsInOneSeparator) {
-    struct Case {
-        const char* Text;
-        bool KeepDoubleRoot;
-        const char* Expected;
-    };
-    for (const Case& row :
-         {Case{"", false, ""}, Case{"a", false, "a/"}, Case{"a/", false, "a/"},
-          Case{"a///", false, "a/"}, Case{"//", false, "/"}, Case{"//", true, "//"},
-          Case{"///", true, "/"}, Case{"a//", true, "a/"}}) {
-        VnString text = ToText(row.Text);
-        VnFilename::SetTrailingSeparator(text, L'/', row.KeepDoubleRoot);
-        EXPECT_EQ(ToBytes(text), row.Expected) << row.Text;
-    }
-    const auto append = [](const wchar_t* path, const wchar_t* segment) {
-        VnString result = path;
-        VnFilename::AppendPathSegment(result, segment);
-        return ToBytes(result);
-    };
-    EXPECT_EQ(append(L"/a", L"b"), "/a/b/");
-    EXPECT_EQ(append(L"/a//", L"b//"), "/a/b/");
-    EXPECT_EQ(append(L"", L"b"), "b/");
+    ExpectChanges({" | ", "a | a/", "a/ | a/", "a/// | a/", "// | /"}, [](VnString& text) {
+        VnFilename::SetTrailingSeparator(text, L'/', /*keepDoubleRoot=*/false);
+    });
+    ExpectChanges({"// | //", "/// | /", "a// | a/"}, [](VnString& text) {
+        VnFilename::SetTrailingSeparator(text, L'/', /*keepDoubleRoot=*/true);
+    });
+    ExpectChanges({"/a | /a/b/", "/a// | /a/b/", " | b/"},
+                  [](VnString& text) { VnFilename::AppendPathSegment(text, L"b//"); });
 }
 
 TEST(VnFilenameClasses, FindsTextInPathsWithEitherSeparator) {

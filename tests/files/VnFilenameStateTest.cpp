@@ -58,17 +58,25 @@ TEST_F(VnFilenameState, ResolvesLinks) {
 }
 
 TEST_F(VnFilenameState, DeletesFilesByExtensionInOneDirectory) {
-    Folder.Write("a.tmp", "x");
-    Folder.Write("b.TMP", "x");
-    Folder.Write("c.mp3", "x");
-    Folder.Write("sub/d.tmp", "x");
+    for (const char* name : {"a.tmp", "b.TMP", "c.mp3", "sub/d.tmp"}) {
+        Folder.Write(name, "x");
+    }
     VnStringArray extensions;
     extensions.Add(L"tmp");
     VnFilename::DeleteFilesInDirectory(ToText(Folder.Path().string()), extensions);
-    EXPECT_FALSE(Folder.Exists("a.tmp"));
-    EXPECT_FALSE(Folder.Exists("b.TMP"));
-    EXPECT_TRUE(Folder.Exists("c.mp3"));
-    EXPECT_TRUE(Folder.Exists("sub/d.tmp"));
+    EXPECT_FALSE(Folder.Exists("a.tmp") || Folder.Exists("b.TMP"));
+    EXPECT_TRUE(Folder.Exists("c.mp3") && Folder.Exists("sub/d.tmp"));
+}
+
+TEST_F(VnFilenameState, NumbersAShortenedNameUntilItIsFree) {
+    VnFilename filename = Name(std::string(100, 'n') + ".flac");
+    filename.SetFileType(L"mp3");
+    const int32_t reserve = VnFilename::kPathLimit - filename.Filename.GetLength() + 3;
+    VnFilename first = filename;
+    EXPECT_TRUE(first.ShortenToPathLimit(true, 8, 3, 20, reserve));
+    Folder.Write(ToBytes(first.GetNameAndExtension()), "x");
+    EXPECT_TRUE(filename.ShortenToPathLimit(true, 8, 3, 20, reserve));
+    EXPECT_EQ(ToBytes(filename.Filename), ToBytes(first.GetPathAndName()) + " (1).flac");
 }
 
 struct LimitCase {

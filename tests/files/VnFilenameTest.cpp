@@ -11,26 +11,24 @@
 
 namespace {
 
-struct FormCase {
-    const char* Text;
-    const char* Filename;
-    const char* Data;
-};
-
 TEST(VnFilename, CutsDataBehindTheExtension) {
-    constexpr FormCase kCases[] = {
-        {"cue.flac;3", "cue.flac", "3"},   {"a.b;c", "a.b", "c"},
-        {"a.mpeg2;", "a.mpeg2", ""},       {"x;y.mp3;z", "x;y.mp3", "z"},
-        {"a.;3", "a.;3", nullptr},         {"a.mpeg21;3", "a.mpeg21;3", nullptr},
-        {"a;3", "a;3", nullptr},           {"a;3.mp3", "a;3.mp3", nullptr},
-        {"m.mp3;3/", "m.mp3;3/", nullptr}, {"http://h/a.mp3;3", "http://h/a.mp3;3", nullptr},
+    constexpr const char* kCut[][3] = {
+        {"cue.flac;3", "cue.flac", "3"},
+        {"a.b;c", "a.b", "c"},
+        {"a.mpeg2;", "a.mpeg2", ""},
+        {"x;y.mp3;z", "x;y.mp3", "z"},
     };
-    for (const FormCase& row : kCases) {
-        SCOPED_TRACE(row.Text);
-        const VnFilename filename(ToText(row.Text));
-        EXPECT_EQ(ToBytes(filename.Filename), row.Filename);
-        EXPECT_EQ(filename.HasProperties(), row.Data != nullptr);
-        EXPECT_EQ(ToBytes(filename.GetPostExtensionData()), row.Data == nullptr ? "" : row.Data);
+    for (const auto& [text, name, data] : kCut) {
+        const VnFilename filename(ToText(text));
+        EXPECT_EQ(ToBytes(filename.Filename), name);
+        EXPECT_TRUE(filename.HasProperties());
+        EXPECT_EQ(ToBytes(filename.GetPostExtensionData()), data);
+    }
+    for (const char* text :
+         {"a.;3", "a.mpeg21;3", "a;3", "a;3.mp3", "m.mp3;3/", "http://h/a.mp3;3"}) {
+        const VnFilename filename(ToText(text));
+        EXPECT_EQ(ToBytes(filename.Filename), text);
+        EXPECT_FALSE(filename.HasProperties());
     }
 }
 
@@ -146,89 +144,72 @@ TEST(VnFilename, KeepsAWholeMapAsPlaybackInfo) {
     EXPECT_FALSE(filename.GetPlaybackInfo(read));
 }
 
+using F = VnFilename;
+
+/// One getter with texts and what it gives for each, in turn.
 struct GetterCase {
-    const char* What;
-    const char* Text;
-    VnString (*Get)(const VnFilename& filename);
-    const char* Expected;
+    VnString (*Get)(const F& filename);
+    std::vector<const char*> Texts;
 };
 
 TEST(VnFilename, GettersPutPartsTogether) {
-    using F = VnFilename;
-    const std::vector<GetterCase> cases = {
-        {"scheme", "https://h/a", [](const F& f) { return f.GetScheme(); }, "https"},
-        {"scheme of a drive", "c:/a", [](const F& f) { return f.GetScheme(); }, "C"},
-        {"path", "/dev/sdb1/m/a.mp3", [](const F& f) { return f.GetPathOnly(); }, "/dev/sdb1/m/"},
-        {"path and name", "/m/a.b.mp3", [](const F& f) { return f.GetPathAndName(); }, "/m/a.b"},
-        {"no drive", "c:/m/a.mp3", [](const F& f) { return f.GetDirectoryNameAndExtension(); },
-         "/m/a.mp3"},
-        {"no extension", "/m/a", [](const F& f) { return f.GetNameAndExtension(); }, "a"},
-        {"last directory", "/m/n/a", [](const F& f) { return f.GetLastDirectory(); }, "n"},
-        {"with slash", "/m/n/a", [](const F& f) { return f.GetLastDirectory(true); }, "n/"},
-        {"root only", "/a", [](const F& f) { return f.GetLastDirectory(true); }, ""},
-        {"relative", "m/a", [](const F& f) { return f.GetLastDirectory(); }, ""},
-        {"backslashes", "\\m\\n\\a", [](const F& f) { return f.GetLastDirectory(); }, "n"},
-        {"host and port", "http://h:81/a", [](const F& f) { return f.GetHostAndPort(); }, "h:81"},
-        {"no port", "http://h/a", [](const F& f) { return f.GetHostAndPort(); }, "h"},
-        {"http", "http://h/a", [](const F& f) { return f.GetHostAndPort(true); }, "h:80"},
-        {"https", "HTTPS://h/a", [](const F& f) { return f.GetHostAndPort(true); }, "h:443"},
-        {"ftp", "ftp://h/a", [](const F& f) { return f.GetHostAndPort(true); }, "h:21"},
-        {"other", "rtsp://h/a", [](const F& f) { return f.GetHostAndPort(true); }, "h"},
-        {"port beyond 16 bits", "http://h:65536/a", [](const F& f) { return f.GetHostAndPort(); },
-         "h"},
-        {"query", "http://h/a?b=1", [](const F& f) { return f.GetQuery(true); }, "?b=1"},
-        {"no query", "http://h/a", [](const F& f) { return f.GetQuery(true); }, ""},
-        {"local query", "/a?b", [](const F& f) { return f.GetQuery(); }, ""},
-        {"URL path", "http://h/d/a.mp3?x", [](const F& f) { return f.GetURLPath(); }, "/d/a.mp3"},
-        {"with query", "http://h/d/a.mp3?x", [](const F& f) { return f.GetURLPath(true); },
-         "/d/a.mp3?x"},
-        {"parent", "http://h/d/a.mp3?x", [](const F& f) { return f.GetURLParentPath(); }, "/d/"},
-        {"parent of the top", "http://h/a.mp3", [](const F& f) { return f.GetURLParentPath(); },
-         ""},
-        {"no parent", "http://h", [](const F& f) { return f.GetURLParentPath(); }, ""},
+    const GetterCase cases[] = {
+        {[](const F& f) { return f.GetScheme(); }, {"https://h/a", "https", "c:/a", "C"}},
+        {[](const F& f) { return f.GetPathOnly(); }, {"/dev/sdb1/m/a.mp3", "/dev/sdb1/m/"}},
+        {[](const F& f) { return f.GetPathAndName(); }, {"/m/a.b.mp3", "/m/a.b"}},
+        {[](const F& f) { return f.GetDirectoryNameAndExtension(); }, {"c:/m/a.mp3", "/m/a.mp3"}},
+        {[](const F& f) { return f.GetNameAndExtension(); }, {"/m/a", "a"}},
+        {[](const F& f) { return f.GetLastDirectory(); },
+         {"/m/n/a", "n", "m/a", "", "\\m\\n\\a", "n"}},
+        {[](const F& f) { return f.GetLastDirectory(true); }, {"/m/n/a", "n/", "/a", ""}},
+        {[](const F& f) { return f.GetHostAndPort(); },
+         {"http://h:81/a", "h:81", "http://h/a", "h", "http://h:65536/a", "h"}},
+        {[](const F& f) { return f.GetHostAndPort(true); },
+         {"http://h/a", "h:80", "HTTPS://h/a", "h:443", "ftp://h/a", "h:21", "rtsp://h/a", "h"}},
+        {[](const F& f) { return f.GetQuery(true); }, {"http://h/a?b=1", "?b=1", "http://h/a", ""}},
+        {[](const F& f) { return f.GetQuery(); }, {"/a?b", ""}},
+        {[](const F& f) { return f.GetURLPath(); }, {"http://h/d/a.mp3?x", "/d/a.mp3"}},
+        {[](const F& f) { return f.GetURLPath(true); }, {"http://h/d/a.mp3?x", "/d/a.mp3?x"}},
+        {[](const F& f) { return f.GetURLParentPath(); },
+         {"http://h/d/a.mp3?x", "/d/", "http://h/a.mp3", "", "http://h", ""}},
     };
     for (const GetterCase& row : cases) {
-        EXPECT_EQ(ToBytes(row.Get(VnFilename(ToText(row.Text)))), row.Expected) << row.What;
+        for (size_t i = 0; i < row.Texts.size(); i += 2) {
+            EXPECT_EQ(ToBytes(row.Get(F(ToText(row.Texts[i])))), row.Texts[i + 1])
+                << &row - cases << ' ' << row.Texts[i];
+        }
     }
 }
 
 struct ChangeCase {
-    const char* What;
     const char* Before;
-    void (*Change)(VnFilename& filename);
+    void (*Change)(F& filename);
     const char* After;
 };
 
 TEST(VnFilename, ChangesOnePartAndKeepsTheRest) {
-    using F = VnFilename;
-    const std::vector<ChangeCase> cases = {
-        {"scheme", "http://u:p@h:1/a.mp3?x", [](F& f) { f.SetScheme(L"https"); },
-         "https://u:p@h:1/a.mp3?x"},
-        {"whole scheme", "http://h/a", [](F& f) { f.SetScheme(L"mms://"); }, "mms://h/a"},
-        {"scheme of a path", "/a", [](F& f) { f.SetScheme(L"http"); }, "/a"},
-        {"directory", "http://u@h:1/x/a.mp3?q", [](F& f) { f.SetURLDirectory(L"/y/z/"); },
-         "http://h/y/z/a.mp3?q"},
-        {"directory of a path", "/x/a", [](F& f) { f.SetURLDirectory(L"/y/"); }, "/x/a"},
-        {"port", "http://u:p@h:1/x/a.mp3?q", [](F& f) { f.SetPort(90); }, "http://h:90/x/a.mp3?q"},
-        {"no port", "http://h:1/x", [](F& f) { f.SetPort(0); }, "http://h/x"},
-        {"port of a host", "http://h", [](F& f) { f.SetPort(90); }, "http://h:90"},
-        {"port of a path", "/x/a", [](F& f) { f.SetPort(90); }, "/x/a"},
-        {"first parameter", "http://h/a", [](F& f) { f.AddQueryParameter(L"x=1"); },
-         "http://h/a?x=1"},
-        {"next parameter", "http://h/a?", [](F& f) { f.AddQueryParameter(L"x=1"); },
-         "http://h/a?&x=1"},
-        {"number", "/m/a.mp3", [](F& f) { f.IncrementName(); }, "/m/a (1).mp3"},
-        {"next number", "/m/a(2).MP3", [](F& f) { f.IncrementName(); }, "/m/a(3).mp3"},
-        {"number from the start", "/m/a (2).mp3", [](F& f) { f.IncrementName(true); },
-         "/m/a (1).mp3"},
-        {"number, no extension", "/m/a", [](F& f) { f.IncrementName(); }, "/m/a (1)"},
-        {"parts of itself", "/m/a.mp3", [](F& f) { f.Assemble(L"", f.Filename, L"", L"x", L"y"); },
-         "/m/a.mp3.x?y"},
+    constexpr ChangeCase kCases[] = {
+        {"http://u:p@h:1/a.mp3?x", [](F& f) { f.SetScheme(L"https"); }, "https://u:p@h:1/a.mp3?x"},
+        {"http://h/a", [](F& f) { f.SetScheme(L"mms://"); }, "mms://h/a"},
+        {"/a", [](F& f) { f.SetScheme(L"http"); }, "/a"},
+        {"http://u@h:1/x/a.mp3?q", [](F& f) { f.SetURLDirectory(L"/y/"); }, "http://h/y/a.mp3?q"},
+        {"/x/a", [](F& f) { f.SetURLDirectory(L"/y/"); }, "/x/a"},
+        {"http://u:p@h:1/x/a.mp3?q", [](F& f) { f.SetPort(90); }, "http://h:90/x/a.mp3?q"},
+        {"http://h:1/x", [](F& f) { f.SetPort(0); }, "http://h/x"},
+        {"http://h", [](F& f) { f.SetPort(90); }, "http://h:90"},
+        {"/x/a", [](F& f) { f.SetPort(90); }, "/x/a"},
+        {"http://h/a", [](F& f) { f.AddQueryParameter(L"x=1"); }, "http://h/a?x=1"},
+        {"http://h/a?", [](F& f) { f.AddQueryParameter(L"x=1"); }, "http://h/a?&x=1"},
+        {"/m/a.mp3", [](F& f) { f.IncrementName(); }, "/m/a (1).mp3"},
+        {"/m/a(2).MP3", [](F& f) { f.IncrementName(); }, "/m/a(3).mp3"},
+        {"/m/a (2).mp3", [](F& f) { f.IncrementName(true); }, "/m/a (1).mp3"},
+        {"/m/a", [](F& f) { f.IncrementName(); }, "/m/a (1)"},
+        {"/m/a", [](F& f) { f.Assemble(L"", f.Filename, L"", L"x", L"y"); }, "/m/a.x?y"},
     };
-    for (const ChangeCase& row : cases) {
+    for (const ChangeCase& row : kCases) {
         VnFilename filename(ToText(row.Before));
         row.Change(filename);
-        EXPECT_EQ(ToBytes(filename.Filename), row.After) << row.What;
+        EXPECT_EQ(ToBytes(filename.Filename), row.After) << &row - kCases << ' ' << row.Before;
     }
 }
 

@@ -51,18 +51,17 @@ public:
         Note("SetInt %ls=%ld %d %d", name, static_cast<long>(value), reserved, flag);
         return 1;
     }
-    int32_t
-    GetString(const wchar_t* /*name*/, IVnDllString& value, const wchar_t* defaultValue) override {
+    int32_t GetString(const wchar_t*, IVnDllString& value, const wchar_t* defaultValue) override {
         value.Set(defaultValue, -1);
         return 0;
     }
-    int64_t GetInt(const wchar_t* /*name*/, int64_t defaultValue) override { return defaultValue; }
-    int32_t DeleteValue(const wchar_t* /*name*/) override { return 0; }
+    int64_t GetInt(const wchar_t*, int64_t defaultValue) override { return defaultValue; }
+    int32_t DeleteValue(const wchar_t*) override { return 0; }
     int32_t DeleteSubKey(const wchar_t* name, int32_t reserved) override {
         Note("DeleteSubKey %ls %d", name, reserved);
         return 1;
     }
-    int32_t GetSubKeyName(int32_t /*index*/, IVnDllString& /*name*/) override { return 0; }
+    int32_t GetSubKeyName(int32_t, IVnDllString&) override { return 0; }
 };
 
 class ToolsRoot final : public IVnToolsRoot {
@@ -82,31 +81,26 @@ public:
     void ProductLoaded(int64_t value) override {
         Note("ProductLoaded %ld", static_cast<long>(value));
     }
-    IVnStringTools* GetStringTools(int32_t /*create*/) override { return nullptr; }
-    IVnTranslator* GetTranslator(int32_t /*create*/) override { return nullptr; }
+    IVnStringTools* GetStringTools(int32_t) override { return nullptr; }
+    IVnTranslator* GetTranslator(int32_t) override { return nullptr; }
     IVnApplicationInfo* GetApplicationInfo(int32_t create) override {
         InfoMade = InfoMade || create == 1;
         return InfoMade ? &Info : nullptr;
     }
-    IVnLogManager* GetLogManager(int32_t /*create*/) override { return nullptr; }
-    IVnDialogService* GetDialogService(int32_t /*create*/) override { return nullptr; }
-    IVnMIMEService* GetMIMEService(int32_t /*create*/) override { return nullptr; }
-    IMainThreadMessageManager* GetMainThreadMessageManager(int32_t /*create*/) override {
-        return nullptr;
-    }
-    IVnDateService* GetDateService(int32_t /*create*/) override { return nullptr; }
-    IVnPathService* GetPathService(int32_t /*create*/) override { return nullptr; }
+    IVnLogManager* GetLogManager(int32_t) override { return nullptr; }
+    IVnDialogService* GetDialogService(int32_t) override { return nullptr; }
+    IVnMIMEService* GetMIMEService(int32_t) override { return nullptr; }
+    IMainThreadMessageManager* GetMainThreadMessageManager(int32_t) override { return nullptr; }
+    IVnDateService* GetDateService(int32_t) override { return nullptr; }
+    IVnPathService* GetPathService(int32_t) override { return nullptr; }
     IVnSettingsKey* OpenKey(const wchar_t* path, int32_t create, int32_t reserved) override {
         Note("OpenKey %ls %d %d", path, create, reserved);
         return &Key;
     }
-    IVnSettingsKey*
-    OpenSubKey(IVnSettingsKey* /*parent*/, const wchar_t* /*name*/, int32_t /*create*/) override {
+    IVnSettingsKey* OpenSubKey(IVnSettingsKey*, const wchar_t*, int32_t) override {
         return nullptr;
     }
-    IVnDecompressor* CreateDecompressor(const void* /*data*/, int64_t /*size*/) override {
-        return nullptr;
-    }
+    IVnDecompressor* CreateDecompressor(const void*, int64_t) override { return nullptr; }
     void* Allocate(size_t size) override { return std::malloc(size); }
     void Free(void* memory) override { std::free(memory); }
     void PathsChanged() override { Note("PathsChanged"); }
@@ -133,12 +127,17 @@ public:
 ToolsRoot Tools;
 ModuleRoot Root;
 
-IVnModuleRoot* EnterRoot(const char* entry) {
-    Note("%s", entry);
-    return IsAsked("VN_TEST_NULL_ROOT") ? nullptr : &Root;
-}
-
 } // namespace
+
+#define VN_DEFINE_NOTED(NAME)                                                                      \
+    [[gnu::visibility("default")]] void NAME(int32_t flag) {                                       \
+        Note(#NAME " %d", flag);                                                                   \
+    }
+#define VN_DEFINE_ROOT_ENTRY(NAME)                                                                 \
+    [[gnu::visibility("default")]] IVnModuleRoot* NAME() {                                         \
+        Note(#NAME);                                                                               \
+        return IsAsked("VN_TEST_NULL_ROOT") ? nullptr : &Root;                                     \
+    }
 
 extern "C" {
 
@@ -157,32 +156,13 @@ extern "C" {
     return IsAsked("VN_TEST_NULL_ROOT") ? nullptr : &Tools;
 }
 
-[[gnu::visibility("default")]] IVnModuleRoot* GetVnImageAppDLL() {
-    return EnterRoot("GetVnImageAppDLL");
-}
+VN_DEFINE_ROOT_ENTRY(GetVnImageAppDLL)
+VN_DEFINE_ROOT_ENTRY(GetVnPlayerDLL)
+VN_DEFINE_ROOT_ENTRY(GetVnTelevisionDLL)
 
-[[gnu::visibility("default")]] IVnModuleRoot* GetVnPlayerDLL() {
-    return EnterRoot("GetVnPlayerDLL");
-}
-
-[[gnu::visibility("default")]] IVnModuleRoot* GetVnTelevisionDLL() {
-    return EnterRoot("GetVnTelevisionDLL");
-}
-
-[[gnu::visibility("default")]] void VnReaderInitialize(int32_t flag) {
-    Note("VnReaderInitialize %d", flag);
-}
-
-[[gnu::visibility("default")]] void VnDiscInitialize(int32_t flag) {
-    Note("VnDiscInitialize %d", flag);
-}
-
-[[gnu::visibility("default")]] void VnReaderUninitialize(int32_t flag) {
-    Note("VnReaderUninitialize %d", flag);
-}
-
-[[gnu::visibility("default")]] void VnDiscUninitialize(int32_t flag) {
-    Note("VnDiscUninitialize %d", flag);
-}
+VN_DEFINE_NOTED(VnReaderInitialize)
+VN_DEFINE_NOTED(VnDiscInitialize)
+VN_DEFINE_NOTED(VnReaderUninitialize)
+VN_DEFINE_NOTED(VnDiscUninitialize)
 
 } // extern "C"

@@ -72,6 +72,7 @@ TEST(VnAppAttach, WorksOnTheFirstAndTheLastOnly) {
     for (const AttachCase& row : cases) {
         SCOPED_TRACE(row.What);
         Recorder app;
+        EXPECT_EQ(VnApp::GetCurrent(), &app);
         app.StartResult = row.StartResult;
         for (const AttachStep& step : row.Steps) {
             EXPECT_EQ(app.AttachEntry(step.Handle, step.Reason, 0), step.Result);
@@ -80,6 +81,7 @@ TEST(VnAppAttach, WorksOnTheFirstAndTheLastOnly) {
         EXPECT_EQ(app.GetAttachCount(), row.Count);
         EXPECT_EQ(app.GetModuleHandle(), row.Handle);
     }
+    EXPECT_EQ(VnApp::GetCurrent(), nullptr) << "it is current only while it lives";
 }
 
 TEST(VnAppRun, StoresItsArgumentsOnlyWithTheHandler) {
@@ -94,14 +96,11 @@ TEST(VnAppRun, StoresItsArgumentsOnlyWithTheHandler) {
     EXPECT_EQ(app.GetModuleHandle(), 6U);
     EXPECT_EQ(app.GetStartArgument(), 8);
     std::signal(SIGHUP, SIG_DFL);
-}
 
-TEST(VnAppRun, LeavesOutTheWorkAfterAFailedStart) {
-    Recorder app;
-    app.StartResult = 0;
-    EXPECT_EQ(app.Run(1), 0);
-    EXPECT_EQ(app.RunWithHangupHandler(1, 0, 0), 0);
-    EXPECT_EQ(app.Calls, "start(1,0,0) exit start(1,0,0) exit ");
+    Recorder refused;
+    refused.StartResult = 0;
+    EXPECT_EQ(refused.Run(1) + refused.RunWithHangupHandler(1, 0, 0), 0);
+    EXPECT_EQ(refused.Calls, "start(1,0,0) exit start(1,0,0) exit ") << "no work was to be done";
 }
 
 /// Gets a hang-up in the middle of its work.
@@ -118,15 +117,6 @@ TEST(VnAppRun, SurvivesAHangup) {
     EXPECT_EXIT(std::_Exit(HungUp().RunWithHangupHandler(1, 0, 0)), testing::ExitedWithCode(3),
                 "^Received a hangup signal, will exit!\n$");
     EXPECT_EXIT(HungUp().Run(1), testing::KilledBySignal(SIGHUP), "");
-}
-
-TEST(VnApp, IsTheCurrentOneWhileItLives) {
-    EXPECT_EQ(VnApp::GetCurrent(), nullptr);
-    {
-        Recorder app;
-        EXPECT_EQ(VnApp::GetCurrent(), &app);
-    }
-    EXPECT_EQ(VnApp::GetCurrent(), nullptr);
 }
 
 /// A module's application whose tools are not loaded in earnest.
@@ -178,13 +168,9 @@ TEST(VnDllApp, KeepsTheOrderOfItsSlots) {
     table[5](&app, 0, 0, 0);
     EXPECT_EQ(app.Slots, (std::vector<int32_t>{14, 11}))
         << "the start prepares the module, then loads the tools";
-}
-
-TEST(VnDllApp, StartsWhenTheToolsDo) {
     for (const int32_t result : {0, 1}) {
-        DllRecorder app;
         app.LoadResult = result;
-        EXPECT_EQ(app.OnStart(1, 0, 0), result);
+        EXPECT_EQ(app.OnStart(1, 0, 0), result) << "and gives what that gives";
     }
 }
 

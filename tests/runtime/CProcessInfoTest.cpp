@@ -12,11 +12,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -179,27 +177,6 @@ TEST(CProcessInfoFields, AreNeutralWithoutABlock) {
     EXPECT_EQ(info->GetValue83008(), 0);
     EXPECT_EQ(info->GetValue83016(), -1);
     EXPECT_EQ(info->NextAttachNumber(), 0);
-}
-
-TEST(CProcessInfoAttachNumber, IsGivenOnce) {
-    const auto info = CProcessInfoTestAccess::Make(GetName("attach"));
-    std::vector<std::vector<int32_t>> numbers(4);
-    std::vector<std::thread> threads;
-    for (auto& own : numbers) {
-        threads.emplace_back([&own, &info] {
-            for (int count = 0; count < 1000; ++count) {
-                own.push_back(info->NextAttachNumber());
-            }
-        });
-    }
-    std::set<int32_t> all;
-    for (size_t index = 0; index < threads.size(); ++index) {
-        threads[index].join();
-        all.insert(numbers[index].begin(), numbers[index].end());
-    }
-    EXPECT_EQ(all.size(), 4000U);
-    EXPECT_EQ(*all.begin(), 100);
-    EXPECT_EQ(*all.rbegin(), 4099);
 }
 
 /// A child's result: 0 when it has used the block that was there, 1 when it has made one anew.

@@ -48,11 +48,4 @@ TEST(CVersionInfo, ReadsTheFirstLanguageOfAResource) {
     }
 }
 
-TEST(CVersionInfo, NeedsEveryFunctionOfTheLibrary) {
-    CVersionInfo info;
-    EXPECT_FALSE(info.LoadFunctions(
-        VnString::FromUTF8(VN_BUILD_FOLDER "/tests/modules/Bare/libVnTools.so")));
-    EXPECT_EQ(info.Open(L"good"), kResultFailure);
-}
-
 } // namespace

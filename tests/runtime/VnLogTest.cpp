@@ -44,42 +44,31 @@ TEST(VnLogScope, FramesItsFunction) {
                             MatchesRegex("32\\|CThing::Work\\|Finish \\([0-9]+ ms\\)\\|4")));
 }
 
-TEST(VnLogScope, TellsAResultThatWasSet) {
+TEST(VnLogScope, EndsWithItsTimeAndResult) {
     struct {
         int32_t Result;
+        bool Framed;
         const char* Line;
     } constexpr kRows[] = {
-        {0, "1\\|f\\|Finish \\(result: 0\\) \\([0-9]+ ms\\)\\|4"},
-        {-5, "1\\|f\\|Finish \\(result: -5\\) \\([0-9]+ ms\\)\\|4"},
-        {static_cast<int32_t>(0x8a33f231), "1\\|f\\|Finish \\([0-9]+ ms\\)\\|4"},
+        {0, true, "1\\|f\\|Finish \\(result: 0\\) \\([0-9]+ ms\\)\\|4"},
+        {-5, true, "1\\|f\\|Finish \\(result: -5\\) \\([0-9]+ ms\\)\\|4"},
+        {static_cast<int32_t>(0x8a33f231), true, "1\\|f\\|Finish \\([0-9]+ ms\\)\\|4"},
+        {0, false, "1\\|f\\|stage\\|0"},
     };
     for (const auto& row : kRows) {
         FakeTools tools;
         {
-            VnLogScope scope(kLogGeneral, L"f");
+            VnLogScope scope(kLogGeneral, L"f", row.Framed);
+            scope.Write("stage");
             scope.Result = row.Result;
         }
+        EXPECT_EQ(tools.Log.Lines.size(), row.Framed ? 3U : 1U);
         EXPECT_THAT(tools.Log.Lines.back(), MatchesRegex(row.Line));
     }
-}
-
-TEST(VnLogScope, CountsWholeMilliseconds) {
-    FakeTools tools;
     VnLogScope scope(kLogGeneral, L"f", /*printStartFinish=*/false);
     VnSleep(25);
-    const int32_t elapsed = scope.GetElapsedMS();
-    EXPECT_GE(elapsed, 25);
-    EXPECT_LT(elapsed, 5000);
-}
-
-TEST(VnLogScope, LeavesTheFramingLinesOut) {
-    FakeTools tools;
-    {
-        VnLogScope scope(kLogGeneral, "f", /*printStartFinish=*/false);
-        scope.Result = 0;
-        scope.Write("stage");
-    }
-    EXPECT_THAT(tools.Log.Lines, ElementsAre("1|f|stage|0"));
+    EXPECT_GE(scope.GetElapsedMS(), 25);
+    EXPECT_LT(scope.GetElapsedMS(), 5000);
 }
 
 TEST(VnLogScope, DumpsBytesInLines) {

@@ -98,10 +98,4 @@ TEST(VnSharedMemory, ClosesWhatItHeldWhenItOpensAnew) {
     block.Close();
 }
 
-TEST(VnSharedMemory, KeepsItsDescriptorFromOtherPrograms) {
-    VnSharedMemory block;
-    ASSERT_TRUE(block.Open(GetName(L"exec"), 100));
-    EXPECT_NE(fcntl(block.GetDescriptor(), F_GETFD) & FD_CLOEXEC, 0);
-}
-
 } // namespace

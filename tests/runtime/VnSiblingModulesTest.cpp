@@ -3,6 +3,7 @@
 #include "core/VnString.h"
 #include "runtime/CProcessInfo.h"
 #include "runtime/IVnToolsRoot.h"
+#include "tests/modules/PlainFactories.h"
 #include "tests/support/ModuleJournal.h"
 #include "tests/support/TestEnvironment.h"
 
@@ -118,9 +119,7 @@ TEST_F(SiblingModules, EnterByTheirOwnCallsAndLeaveInOrder) {
 
     VnSiblingModules::GetInstance().UnloadAll(/*detachFirst=*/true);
     EXPECT_THAT(TakeJournal(), IsEmpty()) << "nothing is left to unload";
-}
 
-TEST_F(SiblingModules, UnloadWithoutATellingDetach) {
     ASSERT_NE(VnGetToolsRoot(), nullptr);
     TakeJournal();
     VnSiblingModules::GetInstance().UnloadAll(/*detachFirst=*/false);
@@ -190,52 +189,9 @@ struct FactoryCase {
     void* (*Call)();
 };
 
+#define VN_FACTORY_CASE(NAME) {#NAME, [] { return static_cast<void*>(NAME()); }},
 // The test modules give the name of the called export as the object.
-const FactoryCase kFactoryCases[] = {
-    {"CreateLocalReaderDLL", [] { return static_cast<void*>(CreateLocalReaderDLL()); }},
-    {"CreateFromMemoryReaderDLL", [] { return static_cast<void*>(CreateFromMemoryReaderDLL()); }},
-    {"CreateMemoryReaderDLL", [] { return static_cast<void*>(CreateMemoryReaderDLL()); }},
-    {"CreateStringReaderDLL", [] { return static_cast<void*>(CreateStringReaderDLL()); }},
-    {"CreateMergingReaderDLL", [] { return static_cast<void*>(CreateMergingReaderDLL()); }},
-    {"CreateBufferedReaderDLL", [] { return static_cast<void*>(CreateBufferedReaderDLL()); }},
-    {"CreateSharedBufferingReaderDLL",
-     [] { return static_cast<void*>(CreateSharedBufferingReaderDLL()); }},
-    {"CreateCirclingReaderDLL", [] { return static_cast<void*>(CreateCirclingReaderDLL()); }},
-    {"CreateTLSSocketReaderDLL", [] { return static_cast<void*>(CreateTLSSocketReaderDLL()); }},
-    {"CreateSplitterReaderDLL", [] { return static_cast<void*>(CreateSplitterReaderDLL()); }},
-    {"CreateSplitterLocalBufferReaderDLL",
-     [] { return static_cast<void*>(CreateSplitterLocalBufferReaderDLL()); }},
-    {"CreateDVDReaderDLL", [] { return static_cast<void*>(CreateDVDReaderDLL()); }},
-    {"CreateBufferedInternetReaderDLL",
-     [] { return static_cast<void*>(CreateBufferedInternetReaderDLL()); }},
-    {"CreateBufferedInternetReaderWithCachingDLL",
-     [] { return static_cast<void*>(CreateBufferedInternetReaderWithCachingDLL()); }},
-    {"CreateRTMPReaderDLL", [] { return static_cast<void*>(CreateRTMPReaderDLL()); }},
-    {"CreateBufferedHLSReaderDLL", [] { return static_cast<void*>(CreateBufferedHLSReaderDLL()); }},
-    {"CreateLocalIndexedHLSReaderDLL",
-     [] { return static_cast<void*>(CreateLocalIndexedHLSReaderDLL()); }},
-    {"CreateLibServerIndexedHLSReaderDLL",
-     [] { return static_cast<void*>(CreateLibServerIndexedHLSReaderDLL()); }},
-    {"CreateBufferedRTSPReaderDLL",
-     [] { return static_cast<void*>(CreateBufferedRTSPReaderDLL()); }},
-    {"CreateTranscodingReaderDLL", [] { return static_cast<void*>(CreateTranscodingReaderDLL()); }},
-    {"CreateWakeOnLanDLL", [] { return static_cast<void*>(CreateWakeOnLanDLL()); }},
-    {"CreateFTPTransferDLL", [] { return static_cast<void*>(CreateFTPTransferDLL()); }},
-    {"CreateVTVDataFileReaderDLL", [] { return static_cast<void*>(CreateVTVDataFileReaderDLL()); }},
-    {"CreateTVFormatFileReaderDLL",
-     [] { return static_cast<void*>(CreateTVFormatFileReaderDLL()); }},
-    {"CreateVnTransportStreamVTVReaderDLL",
-     [] { return static_cast<void*>(CreateVnTransportStreamVTVReaderDLL()); }},
-    {"CreateNetworkStreamingReaderDLL",
-     [] { return static_cast<void*>(CreateNetworkStreamingReaderDLL()); }},
-    {"CreateSSLCertificateManagerDLL",
-     [] { return static_cast<void*>(CreateSSLCertificateManagerDLL()); }},
-    {"GetDiscManagerDLL", [] { return static_cast<void*>(GetDiscManagerDLL()); }},
-    {"CreateDiscWriterDLL", [] { return static_cast<void*>(CreateDiscWriterDLL()); }},
-    {"CreateCDRipperDLL", [] { return static_cast<void*>(CreateCDRipperDLL()); }},
-    {"CreateCDManagerDLL", [] { return static_cast<void*>(CreateCDManagerDLL()); }},
-    {"CreateVnWMFactory", [] { return static_cast<void*>(CreateVnWMFactory()); }},
-};
+const FactoryCase kFactoryCases[] = {VN_FOR_EACH_PLAIN_FACTORY(VN_FACTORY_CASE)};
 
 TEST_F(SiblingModules, ForwardEachFactoryToTheExportOfItsName) {
     for (const FactoryCase& row : kFactoryCases) {

@@ -41,6 +41,7 @@ std::mutex LogLock;
 std::string Log; ///< one line a request: method, path, range
 
 constexpr char kModified[] = "Sun, 06 Nov 1994 08:49:37 GMT";
+constexpr char kPlaylistType[] = "Content-Type: video/x-ms-asf\r\n";
 
 bool SendAll(int connection, const char* data, size_t size) {
     while (size > 0) {
@@ -65,6 +66,20 @@ std::string Pattern(int64_t count) {
         bytes[i] = static_cast<char>(i % 251);
     }
     return bytes;
+}
+
+/// Sends bytes `start` to `end` of the pattern in large pieces; false when the other side is gone.
+bool SendPattern(int connection, int64_t start, int64_t end) {
+    static const std::string piece = Pattern(251 * 4096);
+    while (start < end) {
+        const size_t from = static_cast<size_t>(start % 251);
+        const size_t size = std::min(piece.size() - from, static_cast<size_t>(end - start));
+        if (!SendAll(connection, piece.data() + from, size)) {
+            return false;
+        }
+        start += static_cast<int64_t>(size);
+    }
+    return true;
 }
 
 std::string Gzip(const std::string& bytes) {
@@ -97,23 +112,25 @@ void Answer(int connection,
     }
 }
 
-/// A body with a length, from the byte on that a Range header asks for.
-void AnswerBytes(int connection, const Request& request, const std::string& body) {
+/// `size` bytes of the pattern with their length, from the byte on that a Range header asks for.
+void AnswerBytes(int connection, const Request& request, int64_t size) {
     const std::string range = request.Header("range");
-    if (range.rfind("bytes=", 0) != 0) {
-        Answer(connection, request, "200 OK", "Accept-Ranges: bytes\r\n", body);
-        return;
-    }
-    const int64_t start = std::atoll(range.c_str() + 6);
-    if (start >= static_cast<int64_t>(body.size())) {
+    const bool isRange = range.rfind("bytes=", 0) == 0;
+    const int64_t start = isRange ? std::atoll(range.c_str() + 6) : 0;
+    if (isRange && start >= size) {
         Answer(connection, request, "416 Range Not Satisfiable", "", "");
         return;
     }
-    const std::string contentRange = "Content-Range: bytes " + std::to_string(start) + "-"
-                                     + std::to_string(body.size() - 1) + "/"
-                                     + std::to_string(body.size()) + "\r\n";
-    Answer(connection, request, "206 Partial Content", contentRange,
-           body.substr(static_cast<size_t>(start)));
+    const std::string all = std::to_string(size);
+    Send(connection,
+         (isRange ? "HTTP/1.1 206 Partial Content\r\nContent-Range: bytes " + std::to_string(start)
+                        + "-" + std::to_string(size - 1) + "/" + all
+                  : std::string("HTTP/1.1 200 OK\r\nAccept-Ranges: bytes"))
+             + "\r\nContent-Length: " + std::to_string(size - start)
+             + "\r\nConnection: close\r\n\r\n");
+    if (request.Method != "HEAD") {
+        SendPattern(connection, start, size);
+    }
 }
 
 void AnswerChunked(int connection, const std::string& body) {
@@ -125,6 +142,18 @@ void AnswerChunked(int connection, const std::string& body) {
         Send(connection, size + piece + "\r\n");
     }
     Send(connection, "0\r\n\r\n");
+}
+
+/// Sends `start` once and then `piece` again and again, with a pause of `pauseMS` behind each,
+/// until the other side has had enough.
+void AnswerWithoutEnd(int connection,
+                      const std::string& start,
+                      const std::string& piece,
+                      int pauseMS = 0) {
+    for (bool taken = Send(connection, start); taken;) {
+        taken = Send(connection, piece);
+        std::this_thread::sleep_for(std::chrono::milliseconds(pauseMS));
+    }
 }
 
 /// A declared length of `size`, of which only `sent` bytes go out. With `stall` the connection then
@@ -178,16 +207,73 @@ void AnswerDated(int connection, const Request& request, bool honourCondition) {
 //   /bytes/N     N bytes, with length and ranges        /chunked/N  N bytes, length not told
 //   /close/N     N bytes, ended by the close            /gzip/N     N bytes, packed
 //   /badgzip     a body that only claims to be packed   /short/N    promises N bytes, sends half
-//   /stall/N     promises N bytes, sends 10, waits      /silent     takes the request, never
-//   answers /redirect/N  N redirects, then /bytes/100           /loop       redirects to itself
-//   /status/N    status N with the body "status N"      /echo       the request as text
+//   /stall/N     promises N bytes, sends 10, waits      /silent     never answers
+//   /redirect/N  N redirects, then /bytes/100           /status/N   status N with a body
+//   /echo        the request as text                    /log        one line a request so far
 //   /dated, /stale  1000 bytes with Last-Modified; /dated answers any condition with 304
 //   /typed?type=T&body=B  body B with the content type T, none when T is empty
-//   /log         one line for each request so far
+//   /asx/N             N bytes of a playlist of the content type video/x-ms-asf
+//   /hop/PATH          the same type, length not told, with the address of /PATH as its body;
+//   without
+//                      a PATH its own address in another letter case
+//   /moved?to=URL      redirects to URL
+// What a hostile server would do:
+//   /loop, /circle     redirects to itself, redirects by way of another
+//   /headers, /line, /continue  header lines, one line, interim answers without end
+//   /drip              header lines without end, ten a second
+//   /endless, /more    a body without end; more than the 1000 bytes that were told
+//   /length/TEXT       TEXT as the length of a body of 10 bytes
+//   /bomb/N            N times 8 MiB of zeros, packed
+//   /shift             answers any range with one from the start
+/// The routes of a hostile server; false when the path is none of them.
+bool RouteHostile(int connection, const Request& request) {
+    const std::string& path = request.Path;
+    const std::string ok = "HTTP/1.1 200 OK\r\n";
+    std::string many;
+    for (int i = 0; i < 1000; i++) {
+        many += "X-Header: and another one\r\n";
+    }
+    if (path == "/loop" || path == "/circle" || path == "/circle2") {
+        const char* next = path == "/loop"     ? path.c_str()
+                           : path == "/circle" ? "/circle2"
+                                               : "/circle";
+        Answer(connection, request, "302 Found", std::string("Location: ") + next + "\r\n", "");
+    } else if (path == "/headers") {
+        AnswerWithoutEnd(connection, ok, many);
+    } else if (path == "/line") {
+        AnswerWithoutEnd(connection, ok + "X: ", std::string(10000, 'x'));
+    } else if (path == "/continue") {
+        AnswerWithoutEnd(connection, "", "HTTP/1.1 100 Continue\r\n\r\n");
+    } else if (path == "/drip") {
+        AnswerWithoutEnd(connection, ok, "X-Header: and another one\r\n", 100);
+    } else if (path == "/endless") {
+        AnswerWithoutEnd(connection, ok + "\r\n", Pattern(251 * 4096));
+    } else if (path == "/more") {
+        Send(connection, ok + "Content-Length: 1000\r\n\r\n");
+        SendPattern(connection, 0, 2'000'000);
+    } else if (path.rfind("/length/", 0) == 0) {
+        Send(connection, ok + "Content-Length: " + path.substr(8) + "\r\n\r\n" + Pattern(10));
+    } else if (path.rfind("/bomb/", 0) == 0) {
+        static const std::string member = Gzip(std::string(8 << 20, '\0'));
+        std::string bomb;
+        for (int64_t left = request.Number("/bomb/"); left > 0; left--) {
+            bomb += member;
+        }
+        Answer(connection, request, "200 OK", "Content-Encoding: gzip\r\n", bomb);
+    } else if (path == "/shift") {
+        Answer(connection, request,
+               request.Header("range").empty() ? "200 OK" : "206 Partial Content",
+               "Content-Range: bytes 0-999/1000\r\n", Pattern(1000));
+    } else {
+        return false;
+    }
+    return true;
+}
+
 void Route(int connection, const Request& request) {
     const auto is = [&request](const char* prefix) { return request.Path.rfind(prefix, 0) == 0; };
     if (is("/bytes/")) {
-        AnswerBytes(connection, request, Pattern(request.Number("/bytes/")));
+        AnswerBytes(connection, request, request.Number("/bytes/"));
     } else if (is("/chunked/")) {
         AnswerChunked(connection, Pattern(request.Number("/chunked/")));
     } else if (is("/close/")) {
@@ -207,8 +293,6 @@ void Route(int connection, const Request& request) {
         const int64_t left = request.Number("/redirect/") - 1;
         const std::string next = left > 0 ? "/redirect/" + std::to_string(left) : "/bytes/100";
         Answer(connection, request, "302 Found", "Location: " + next + "\r\n", "moved");
-    } else if (is("/loop")) {
-        Answer(connection, request, "302 Found", "Location: /loop\r\n", "");
     } else if (is("/status/")) {
         const std::string code = request.Path.substr(8);
         Answer(connection, request, code + " Status", "", "status " + code);
@@ -222,6 +306,17 @@ void Route(int connection, const Request& request) {
         const std::string type = Query(request, "type");
         Answer(connection, request, "200 OK", type.empty() ? "" : "Content-Type: " + type + "\r\n",
                Query(request, "body"));
+    } else if (is("/asx/")) {
+        std::string body(static_cast<size_t>(request.Number("/asx/")), ' ');
+        Answer(connection, request, "200 OK", kPlaylistType, body.replace(0, 5, "<AsX>"));
+    } else if (is("/hop")) {
+        const std::string path = request.Path == "/hop" ? "/HOP" : request.Path.substr(4);
+        Send(connection, std::string("HTTP/1.0 200 OK\r\n") + kPlaylistType + "\r\nhttp://"
+                             + request.Header("host") + path + " \r\n");
+    } else if (is("/moved")) {
+        Answer(connection, request, "302 Found", "Location: " + Query(request, "to") + "\r\n", "");
+    } else if (RouteHostile(connection, request)) {
+        return;
     } else if (is("/log")) {
         const std::lock_guard<std::mutex> guard(LogLock);
         Answer(connection, request, "200 OK", "", Log);

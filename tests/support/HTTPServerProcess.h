@@ -15,7 +15,7 @@ extern char** environ;
 /// destruction, and ends by itself when the test process dies. HTTPServer.cpp lists what it serves.
 class HTTPServerProcess {
 public:
-    HTTPServerProcess() {
+    explicit HTTPServerProcess(std::string program = VN_BUILD_FOLDER "/tests/HTTPServer") {
         int in[2];
         int out[2];
         if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0) {
@@ -25,9 +25,9 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-        char program[] = VN_BUILD_FOLDER "/tests/HTTPServer";
-        char* arguments[] = {program, nullptr};
-        const int failure = ::posix_spawn(&Process, program, &actions, nullptr, arguments, environ);
+        char* arguments[] = {program.data(), nullptr};
+        const int failure =
+            ::posix_spawn(&Process, program.c_str(), &actions, nullptr, arguments, environ);
         posix_spawn_file_actions_destroy(&actions);
         ::close(in[0]);
         ::close(out[1]);

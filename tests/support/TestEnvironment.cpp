@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -87,4 +88,11 @@ std::string TestFolder::Read(const std::string& name) const {
 bool TestFolder::Exists(const std::string& name) const {
     std::error_code error;
     return std::filesystem::exists(std::filesystem::symlink_status(Folder / name, error));
+}
+
+FileSizeLimit::FileSizeLimit(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &Before);
+    const rlimit limited{bytes, Before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limited);
 }

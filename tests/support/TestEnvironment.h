@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <filesystem>
 #include <string>
 
@@ -38,4 +40,17 @@ public:
 
 private:
     std::filesystem::path Folder;
+};
+
+/// Lets no file of this process grow beyond a size for the length of a scope: the write that meets
+/// it is short, the next one fails.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes);
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &Before); }
+
+private:
+    rlimit Before{};
 };

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -15,55 +16,42 @@ std::string Outline(const CParseJSON::CNode& node) {
     for (int32_t index = 0; index < node.GetChildCount(); ++index) {
         const CParseJSON::CNode& child = *node.GetChild(index);
         text += (index == 0 ? "" : ",") + ToBytes(child.Name) + ":" + ToBytes(child.Value);
-        if (child.GetChildCount() > 0) {
-            text += "{" + Outline(child) + "}";
-        }
+        text += child.GetChildCount() > 0 ? "{" + Outline(child) + "}" : "";
     }
     return text;
-}
-
-std::string Parse(const std::string& text) {
-    CParseJSON document;
-    EXPECT_TRUE(document.Parse(ToText(text)));
-    return Outline(*document.GetNode(L""));
 }
 
 } // namespace
 
 TEST(CParseJSON, TextsBecomeTrees) {
-    struct ParseCase {
-        const char* Text;
-        const char* Tree;
-    };
-    constexpr ParseCase kCases[] = {
+    constexpr std::pair<const char*, const char*> kCases[] = {
         {"", ""},
         {"no object", ""},
         {"{}", ""},
-        {R"({"a":"b"})", "a:b"},
         {R"({"a":12.5,"b":true , "c" : null,"d":NULL ,"e":-1e5})", "a:12.5,b:true,c:,d:,e:-1e5"},
         {R"({"a":{"b":{"c":1}},"d":2})", "a:{b:{c:1}},d:2"},
-        {R"({"a":["x","y","z"],"b":[]})", "a:{0:x,1:y,2:z},b:"},
-        {R"({"a":[1, 2 ,3 ],"b":4})", "a:{0:1,1:2,2:3},b:4"},
+        {R"({"a":["x","y" , "z"],"b":[]})", "a:{0:x,1:y,2:z},b:"},
         {R"({"a":[{"b":1},{"b":2} , {"c":3}],"d":"e"})", "a:{0:{b:1},1:{b:2},2:{c:3}},d:e"},
         {R"({"a":[[1,2],3]})", "a:{0:[1,1:2}"},
         {R"([{"a":1},{"b":2}])", "a:1"},
         {R"(junk {"a":1} {"b":2})", "a:1"},
-        {R"({"a":"q\"uo\\te","b":"\u0041\u00e9\n\t\/"})", "a:q\"uo\\te,b:A\u00E9\n\t/"},
+        {R"({"a":"q\"uo\\te","b":"\u0041\U00e9\n\t\/\b"})", "a:q\"uo\\te,b:A\u00E9\n\t/b"},
         {R"({"a\"b":1})", "a\\:1"},
-        {R"({"a":"1" , "b":"2" })", "a:1,b:2"},
         {"{\r\n  \"a\" : [\r\n    1,\r\n    2\r\n  ],\r\n  \"b\" : \"c\"\r\n}", "a:{0:1,1:2},b:c"},
         // Broken texts give shorter trees.
         {R"({"a":1,"b)", "a:1"},
         {R"({"a":"b)", "a:b"},
         {R"({"a")", "a:"},
-        {R"({"a":)", "a:"},
+        {R"({"a":,"b":})", "a:,b:"},
         {R"({"a":{"b":1)", "a:{b:1}"},
         {R"({"a":[1,2)", "a:{0:1,1:2}"},
         {R"({"a":[1,2},"b":3})", "a:{0:1,1:2}"},
         {R"({"a" 1,"b":2})", "a:2"},
     };
-    for (const ParseCase& parse : kCases) {
-        EXPECT_EQ(Parse(parse.Text), parse.Tree) << parse.Text;
+    for (const auto& [text, tree] : kCases) {
+        CParseJSON document;
+        EXPECT_TRUE(document.Parse(ToText(text)));
+        EXPECT_EQ(Outline(*document.GetNode(L"")), tree) << text;
     }
 }
 
@@ -71,12 +59,7 @@ TEST(CParseJSON, ValuesAreFoundByPath) {
     CParseJSON document;
     document.Parse(
         LR"({"Items":[{"title":"one"},{"title":"two","title":"three"}],"tags":["Red","",5]})");
-    struct PathCase {
-        const wchar_t* Path;
-        const char* Value;
-    };
-    constexpr PathCase kCases[] = {
-        {L"items\\0\\title", "one"},
+    constexpr std::pair<const wchar_t*, const char*> kCases[] = {
         {L"ITEMS\\1\\Title", "two"},
         {L"items\\0\\title\\", "one"},
         {L"items\\2\\title", ""},
@@ -86,9 +69,9 @@ TEST(CParseJSON, ValuesAreFoundByPath) {
         {L"", ""},
         {L"\\tags", ""},
     };
-    for (const PathCase& path : kCases) {
-        EXPECT_EQ(ToBytes(document.GetValueAt(path.Path)), path.Value) << ToBytes(path.Path);
-        EXPECT_EQ(ToBytes(document.GetNodeValue(path.Path)), path.Value) << ToBytes(path.Path);
+    for (const auto& [path, value] : kCases) {
+        EXPECT_EQ(ToBytes(document.GetValueAt(path)), value) << ToBytes(path);
+        EXPECT_EQ(ToBytes(document.GetNodeValue(path)), value) << ToBytes(path);
     }
     EXPECT_TRUE(document.HasValueAt(L"tags", L"rED"));
     EXPECT_TRUE(document.HasValueAt(L"tags", L""));
@@ -96,18 +79,17 @@ TEST(CParseJSON, ValuesAreFoundByPath) {
     EXPECT_FALSE(document.HasValueAt(L"none", L""));
     EXPECT_EQ(document.GetNode(L"none\\deep"), nullptr);
     VnStringArray values;
-    values.Add(L"old");
-    EXPECT_TRUE(document.GetValuesAt(L"tags", values));
+    values.Add(VnString(L"tags\\"));
+    EXPECT_TRUE(document.GetValuesAt(values[0], values));
     EXPECT_EQ(ToBytes(values.Join(L"|")), "Red||5");
     EXPECT_FALSE(document.GetValuesAt(L"items\\0\\title", values));
     EXPECT_EQ(values.GetCount(), 0);
-    document.Clear();
-    EXPECT_EQ(document.GetNode(L"")->GetChildCount(), 0);
 }
 
-TEST(CParseJSON, DebugTextIsIndented) {
+TEST(CParseJSON, AValueOfTheTreeIsParsedInItsPlace) {
     CParseJSON document;
-    document.Parse(LR"({"a":"1","b":{"c":{"d":"2"},"e":"3"}})");
+    document.Parse(LR"({"inner":"{\"a\":\"1\",\"b\":{\"c\":{\"d\":\"2\"},\"e\":\"3\"}}"})");
+    document.Parse(document.GetNode(L"inner")->Value);
     EXPECT_EQ(
         ToBytes(document.GetDebugText()),
         "a: 1\r\n----\r\n----\r\n        d: 2\r\n----\r\n    c: \r\n    e: 3\r\n----\r\nb: \r\n");
@@ -122,14 +104,13 @@ TEST(CParseJSON, DepthAndWidthAreLimitedByMemoryOnly) {
         wide += "1,";
     }
     CParseJSON document;
-    document.Parse(ToText(deep));
+    // No object finds a name in the rest; each of them searching it would take minutes.
+    document.Parse(ToText(deep + "{" + std::string(kCount, 'x')));
     int depth = 0;
-    for (const CParseJSON::CNode* node = document.GetNode(L""); node != nullptr;
-         node = node->GetChild(0)) {
+    for (const auto* node = document.GetNode(L""); node != nullptr; node = node->GetChild(0)) {
         ++depth;
     }
     EXPECT_EQ(depth, kCount + 1);
     document.Parse(ToText(wide + "2]}"));
-    EXPECT_EQ(document.GetNode(L"a")->GetChildCount(), kCount + 1);
     EXPECT_EQ(ToBytes(document.GetValueAt(L"a\\200000")), "2");
 }

@@ -37,6 +37,9 @@ constexpr TextCase kReadable[] = {
     {L"2004/05/31", "2004-05-31"},
     {L"2004-05-31T12:30:15", "2004-05-31T12:30:15"},
     {L"2004-05-31 12:30", "2004-05-31T12:30:00"},
+    {L"2004-05-31T12:30:15Z", "2004-05-31T12:30:15"},
+    {L"2004-05-31t12:30:15z", "2004-05-31T12:30:15"},
+    {L"2004-31-05 12:30:15", "2004-05-31T12:30:15"},
     {L"2004-05-31T12:30:15.75Z", "2004-05-31T12:30:15"},
     {L"2004-05-31T23:30:00-0200", "2004-06-01T01:30:00"},
     {L"2004-06-01T01:30:00+02:00", "2004-05-31T23:30:00"},
@@ -67,6 +70,8 @@ constexpr const wchar_t* kUnreadable[] = {
     L"31 Foo 2004",
     L"12:30",
     L"2004-05-31 25:00",
+    L"2004-05-31T24:00:00",
+    L"2004-05-31T12:30:15Zx",
     L"2004-05-31 12:60",
     L"2004-05-31 13:00 pm",
     L"1 2 3 4",
@@ -105,20 +110,17 @@ TEST(DateService, TurnsZonesIntoLocalTimeAsTheFoundationDoes) {
 TEST(DateService, KnowsNamesInEnglish) {
     VnString name;
     VnDllString adapter(name);
-    Service().GetWeekdayName(0, true, true, adapter);
-    EXPECT_EQ(ToBytes(name), "Sun");
-    Service().GetWeekdayName(6, false, true, adapter);
-    EXPECT_EQ(ToBytes(name), "Saturday");
-    Service().GetMonthName(1, true, true, adapter);
-    EXPECT_EQ(ToBytes(name), "Jan");
-    Service().GetMonthName(12, false, true, adapter);
-    EXPECT_EQ(ToBytes(name), "December");
-    for (const int32_t bad : {-1, 7, 13}) {
-        Service().GetWeekdayName(bad, true, true, adapter);
-        EXPECT_EQ(ToBytes(name), "") << bad;
-    }
-    Service().GetMonthName(0, true, true, adapter);
-    EXPECT_EQ(ToBytes(name), "");
+    const auto weekday = [&](int32_t number, bool isShort) {
+        Service().GetWeekdayName(number, isShort, true, adapter);
+        return ToBytes(name);
+    };
+    const auto month = [&](int32_t number, bool isShort) {
+        Service().GetMonthName(number, isShort, true, adapter);
+        return ToBytes(name);
+    };
+    EXPECT_EQ(weekday(0, true) + weekday(6, false), "SunSaturday");
+    EXPECT_EQ(month(1, true) + month(12, false), "JanDecember");
+    EXPECT_EQ(weekday(-1, true) + weekday(7, true) + month(0, true) + month(13, true), "");
     EXPECT_EQ(Service().GetMonthNumber(L"SEPTEMBER"), 9);
     EXPECT_EQ(Service().GetMonthNumber(L"sep"), 9);
     EXPECT_EQ(Service().GetMonthNumber(L"Foo"), 0);

@@ -18,6 +18,7 @@
 #include <unistd.h>
 #include <zlib.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -220,7 +221,7 @@ TEST(DialogService, AnswersByTheHandlerOrTheDefault) {
     if (::isatty(STDIN_FILENO) == 0) {
         EXPECT_EQ(ask(), IVnDialogService::kButtonYes);
     }
-    IVnWaitDialog* wait = dialogs.OpenWaitDialog(L"Title", L"Text", 1, true, nullptr);
+    IVnWaitDialog* wait = dialogs.OpenWaitDialog(L"Title", L"Text", 1, true, nullptr, nullptr);
     ASSERT_NE(wait, nullptr);
     wait->SetStatus(L"half");
     wait->Close();
@@ -268,18 +269,23 @@ TEST(DialogService, ShowsAWaitDialogAfterItsDelay) {
     std::string late;
     {
         const TestTerminal terminal;
-        IVnWaitDialog* quick =
-            Root().GetDialogService(1)->OpenWaitDialog(L"Quick", L"", 60000, true, nullptr);
+        IVnWaitDialog* quick = Root().GetDialogService(1)->OpenWaitDialog(L"Quick", L"", 60000,
+                                                                          true, nullptr, nullptr);
         quick->SetStatus(L"never seen");
         quick->Close();
         early = terminal.TakeOutput();
         IVnWaitDialog* slow =
-            Root().GetDialogService(1)->OpenWaitDialog(L"Slow", L"work", 0, true, nullptr);
+            Root().GetDialogService(1)->OpenWaitDialog(L"Slow", L"work", 0, true, nullptr, nullptr);
         late = terminal.TakeOutput();
         slow->SetStatus(L"half done");
         std::this_thread::sleep_for(std::chrono::milliseconds(250));
         slow->Close();
         late += terminal.TakeOutput();
+        const std::atomic<bool> cancelled{true};
+        IVnWaitDialog* gone =
+            Root().GetDialogService(1)->OpenWaitDialog(L"Gone", L"", 0, true, &cancelled, nullptr);
+        late += terminal.TakeOutput();
+        gone->Close();
     }
     EXPECT_EQ(early, "");
     EXPECT_EQ(late, "\r\033[KSlow work\r\033[Khalf done\r\033[K");
@@ -294,17 +300,6 @@ TEST(ToolsRoot, IsThereForItsVersionAlone) {
     EXPECT_EQ(entry(IVnToolsRoot::kVersion), modules.GetToolsRoot());
     EXPECT_EQ(entry(IVnToolsRoot::kVersion + 1), nullptr);
     EXPECT_EQ(entry(0), nullptr);
-}
-
-TEST(ToolsRoot, GivesMemoryToAnyoneWhoAsks) {
-    void* memory = Root().Allocate(100);
-    ASSERT_NE(memory, nullptr);
-    std::memset(memory, 1, 100);
-    Root().Free(memory);
-    Root().Free(nullptr);
-    void* none = Root().Allocate(0);
-    EXPECT_NE(none, nullptr);
-    Root().Free(none);
 }
 
 TEST(ToolsRoot, ServesAgainAfterAnUnload) {
