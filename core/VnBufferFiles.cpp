@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Bytes that are asked for at a time; the allocation grows by as much.
+/// Bytes that are asked for at a time.
 constexpr int32_t kStreamStep = 0x10000;
 
 } // namespace

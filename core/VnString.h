@@ -61,7 +61,14 @@ public:
 
     VnString() : Characters(VnStringGlobals::Get().GetEmpty()) {}
     VnString(const VnString& other);
-    VnString(VnString&& other) noexcept : VnString() { Swap(other); }
+    VnString(VnString&& other) noexcept : VnString() {
+        // A locked block stays with the string that was locked.
+        if (other.GetHeader()->ReferenceCount == VnStringHeader::kLockedCount) [[unlikely]] {
+            AssignShared(other);
+        } else {
+            Swap(other);
+        }
+    }
     VnString(const wchar_t* text); // NOLINT(google-explicit-constructor)
     /// The first `length` characters of `text`, embedded zeros included; -1 up to the terminator.
     VnString(const wchar_t* text, int32_t length);
@@ -110,8 +117,8 @@ public:
     wchar_t* GetBuffer(int32_t minLength = -1, bool exact = false, bool keepContents = true);
     /// Ends GetBuffer: stores the new length, -1 measures to the first zero character.
     void ReleaseBuffer(int32_t newLength = -1);
-    /// Moves the text to a block of exact size when more than `slack` characters of a private block
-    /// are unused.
+    /// Moves the text of a private block to one of exact size, unless its length and `slack` exceed
+    /// the capacity, which counts the terminator.
     void FreeExtra(int32_t slack = 0);
     /// Writes one character; outside the text nothing happens, and writing 0 cuts the text there.
     void SetAt(int32_t index, wchar_t ch);

@@ -60,7 +60,7 @@ using VnCriticalSectionLock = std::lock_guard<VnCriticalSection>;
 
 /// The same for a scope that starts no thread and takes but a few instructions: while this is the
 /// only thread of the process there is nobody to keep out, and the lock would cost more than the
-/// scope.
+/// scope. pthread_create, which makes every thread, says so ahead of the new thread's first step.
 class VnShortLock {
 public:
     explicit VnShortLock(VnCriticalSection& section)

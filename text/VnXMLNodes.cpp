@@ -88,6 +88,9 @@ bool VnXMLDocument::SetData(int32_t index, const wchar_t* value, uint32_t option
     CInsertPlace place;
     place.Parent = index;
     InsertText(place, EncodeValue(data, options), kInsertReplace | kInsertNoLineEnd);
+    if (index == ParentPosition) {
+        SetPosition(index, 0, 0); // a current node lay in the content that has gone
+    }
     return true;
 }
 

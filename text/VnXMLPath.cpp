@@ -26,8 +26,14 @@ VnXMLPathPiece::VnXMLPathPiece(const wchar_t* text) : Name(text) {
             Predicate = *at >= L'0' && *at <= L'9' ? kBad : kChild;
             Inner = at;
         }
-        while (*at != 0 && *at != L']') {
-            ++at;
+        // A value in quotes may hold the bracket.
+        wchar_t quote = 0;
+        for (; *at != 0 && (quote != 0 || *at != L']'); ++at) {
+            if (*at == quote) {
+                quote = 0;
+            } else if (quote == 0 && (*at == L'"' || *at == L'\'')) {
+                quote = *at;
+            }
         }
         at += *at == L']' ? 1 : 0;
     }

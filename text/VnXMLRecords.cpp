@@ -224,9 +224,12 @@ int32_t VnXMLDocument::GetEndTagLength(int32_t index) const {
     if (length < kEndTagLimit) {
         return length;
     }
+    // The tag may hold "</" again, but no ">": it begins at the leftmost one behind the last ">".
     int32_t start = record.GetEnd() - length;
-    while (start > record.Start && !(Text[start] == L'<' && Text[start + 1] == L'/')) {
-        --start;
+    for (int32_t at = start; at > record.Start && Text[at] != L'>'; --at) {
+        if (Text[at] == L'<' && Text[at + 1] == L'/') {
+            start = at;
+        }
     }
     return record.GetEnd() - start;
 }

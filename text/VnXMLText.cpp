@@ -21,9 +21,9 @@ constexpr NamedEntity kEntities[] = {
 };
 
 /// Reads the number of a reference in [`at`, `end`), ahead of its ";": white space, a sign and
-/// digits, as strtol reads them. Seven characters cannot exceed 32 bits. 0 when there is no number.
+/// digits. Seven characters cannot exceed 32 bits. 0 when there is no number.
 int32_t ReadNumber(const wchar_t* at, const wchar_t* end, int32_t base) {
-    while (at < end && VnStringGlobals::IsSpace(*at)) {
+    while (at < end && VnXMLScanner::IsWhiteSpace(*at)) {
         ++at;
     }
     const bool negative = at < end && *at == L'-';

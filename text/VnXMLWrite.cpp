@@ -91,6 +91,7 @@ void VnXMLDocument::PrepareInsert(CInsertPlace& place, uint32_t options) {
     if (isReplace) {
         place.Offset = contentStart;
         place.ReplacedLength = contentEnd - contentStart;
+        place.Ahead = hasTags && place.ReplacedLength == 0 ? lineEnd : L"";
         return;
     }
     if (place.IsAtNode) {

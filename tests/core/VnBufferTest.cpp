@@ -85,10 +85,8 @@ TEST(VnBuffer, Storage) {
     EXPECT_EQ(buffer.GetAllocatedSize(), 16384) << "less than the slack is free";
     buffer.Compact(16381);
     EXPECT_EQ(buffer.GetAllocatedSize(), 3);
-    for (const int64_t step : {0, 4096}) {
-        EXPECT_THROW(buffer.Reserve(INT64_MAX, false, step), std::bad_array_new_length);
-        EXPECT_THROW(buffer.Reserve(INT64_MAX - 3, false, step), std::bad_alloc);
-    }
+    EXPECT_THROW(buffer.Reserve(INT64_MAX), std::bad_array_new_length);
+    EXPECT_THROW(buffer.Reserve(INT64_MAX - 3, false, 4096), std::bad_array_new_length);
     VnBuffer moved(std::move(buffer));
     buffer = VnBuffer(4, true); // NOLINT(bugprone-use-after-move): a moved buffer is empty
     EXPECT_EQ(ToBytes(buffer), std::string(4, 0));

@@ -308,6 +308,7 @@ TEST(VnString, FreeExtra) {
     VnString text(L"abc");
     text.GetBuffer(100, true);
     text.ReleaseBuffer();
+    EmptyPool(); // of the first block, which would be of the exact size
     globals.FreeBlock(globals.AllocateBlock(10, false));
     text.FreeExtra(99);
     EXPECT_EQ(text.GetCapacity(), 101) << "not as much is free";
@@ -319,6 +320,9 @@ TEST(VnString, FreeExtra) {
     text.GetBuffer();
     text.FreeExtra(0);
     EXPECT_EQ(text.GetCapacity(), 101) << "locked";
+    const VnString moved(std::move(text));
+    EXPECT_EQ(moved, L"abc");
+    EXPECT_NE(moved.GetText(), text.GetText()) << "locked"; // NOLINT(bugprone-use-after-move)
     text.ReleaseBuffer();
     text.FreeExtra(98);
     EXPECT_EQ(text.GetCapacity(), 4) << "and not the block of the pool";

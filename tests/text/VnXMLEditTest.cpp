@@ -90,6 +90,9 @@ TEST(VnXMLEdit, ElementsAreInsertedInTheirPlace) {
         {"first child of an empty element", "<a></a>",
          [](Document& d) { return d.AddElement(L"c", L"v", kChild); }, true,
          "<a>\r\n<c>v</c>\r\n</a>"},
+        {"content of an empty element", "<a></a>",
+         [](Document& d) { return d.AddElement(L"c", L"v", kChild | Document::kInsertReplace); },
+         true, "<a>\r\n<c>v</c>\r\n</a>"},
         {"first child behind text", "<a>text</a>",
          [](Document& d) { return d.AddElement(L"c", L"", kChild); }, true, "<a>text<c/>\r\n</a>"},
         {"behind the child", "<a>\r\n<b/>\r\n<d/>\r\n</a>",
@@ -365,6 +368,17 @@ TEST(VnXMLEdit, TheCurrentNodeMovesWithChangesAheadOfIt) {
     EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), "text");
     EXPECT_EQ(document.FindNode(), Document::kNodeElement);
     EXPECT_EQ(ToBytes(document.GetNodeName()), "c");
+}
+
+TEST(VnXMLEdit, TheCurrentNodeGoesWithTheContentAroundIt) {
+    Document document(L"<a>a text that is longer than what follows</a>");
+    document.FindElement();
+    document.IntoElement();
+    ASSERT_EQ(document.FindNode(Document::kNodeText), Document::kNodeText);
+    EXPECT_TRUE(document.SetData(document.GetParentPosition(), L"x"));
+    EXPECT_EQ(document.GetNodeType(), 0);
+    EXPECT_TRUE(document.AddNode(Document::kNodeComment, L"c"));
+    EXPECT_EQ(ToBytes(document.GetText()), "<a>x<!--c-->\r\n</a>");
 }
 
 TEST(VnXMLEdit, ABuiltDocumentHasOneElementALine) {

@@ -56,6 +56,7 @@ TEST(VnXMLNavigate, PathsLeadToTheirElement) {
         {L"items", ""},
         {L"item/y", "7"},
         {L"item/y[2]", "0"},
+        {L"item[@key='a]/b']/y", "7"},
         {L"item[3]/y[2]", "0"},
         {L"*/item", "5"},
         {L"item/", ""},

@@ -250,7 +250,7 @@ TEST(VnXMLParser, NamesThatWereClosedAreNotFoundAgain) {
 
 TEST(VnXMLParser, TagsTooLongForTheirFieldAreMeasuredInTheText) {
     const std::string value(0x180000, 'v');
-    const std::string blanks(5000, ' ');
+    const std::string blanks = " </a" + std::string(5000, ' ');
     VnXMLDocument document;
     ASSERT_TRUE(document.SetDocument(ToText("<a b='" + value + "'>in</a" + blanks + "><!-- -->")));
     ASSERT_TRUE(document.FindElement());

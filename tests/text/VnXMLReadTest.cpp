@@ -30,6 +30,7 @@ TEST(VnXMLRead, CharacterReferencesAreDecoded) {
         {L"&amp;lt;", "&lt;"},
         {L"&&lt;&", "&<&"},
         {L"&nbsp;", "&nbsp;"},
+        {L"&#\t65;&#\v65;", "A&#\v65;"},
         {L"&#65;&#x41;&#x4a;&#x4A;", "AAJJ"},
         {L"&#X41;", "&#X41;"},
         {L"&#128512;&#x1F600;", "\U0001F600\U0001F600"},
