@@ -64,7 +64,8 @@ struct CWord {
 /// Where the words of a tag or instruction start, -1 for a position that has none.
 int32_t VnXMLDocument::GetTagScanStart(int32_t index) const {
     if (IsOnNode(index)) {
-        return NodeType == kNodeInstruction ? NodeOffset + 2 : -1;
+        // "<?>" has one question mark for both of its ends, and no room for anything.
+        return NodeType == kNodeInstruction && NodeLength >= 4 ? NodeOffset + 2 : -1;
     }
     return index > 0 ? Record(index).Start + 1 : -1;
 }

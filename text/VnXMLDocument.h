@@ -344,6 +344,7 @@ private:
 
     void SetPosition(int32_t parent, int32_t main, int32_t child);
     bool IsOnNode(int32_t index) const { return NodeType > kNodeElement && index == MainPosition; }
+    int32_t ReadNode(VnXMLScanner& scanner, VnXMLToken& token, int32_t main) const;
     int32_t FindMatch(int32_t parent, int32_t current, const wchar_t* path) const;
     int32_t FindAnywhere(int32_t parent, int32_t current, const wchar_t* name) const;
     int32_t FindByPieces(int32_t first, const VnXMLPathPiece& piece) const;

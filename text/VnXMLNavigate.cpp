@@ -94,8 +94,9 @@ int32_t VnXMLDocument::FindNode(int32_t mask) {
     const int32_t end = GetContentEnd(ParentPosition);
     VnXMLScanner scanner(Text.GetText(), Text.GetLength(), Flags, start);
     VnXMLToken token;
-    while (scanner.Next < end && scanner.NextToken(token) != VnXMLToken::kEnd) {
-        if (token.Type == kNodeElement) {
+    while (scanner.Next < end) {
+        const int32_t type = ReadNode(scanner, token, main);
+        if (type == kNodeElement) {
             main = main != 0 ? Record(main).NextSibling : Record(ParentPosition).FirstChild;
             if (main == 0) {
                 return 0;
@@ -107,11 +108,8 @@ int32_t VnXMLDocument::FindNode(int32_t mask) {
             scanner.Next = Record(main).GetEnd();
             continue;
         }
-        int32_t type = token.Type;
-        if (type == VnXMLToken::kEndTag) {
-            type = kNodeLoneEndTag;
-        } else if (type == VnXMLToken::kError) {
-            type = kNodeError;
+        if (type == kNodeNone) {
+            return 0;
         }
         if (mask == 0 || (mask & type) != 0) {
             SetPosition(ParentPosition, main, 0);
@@ -122,4 +120,29 @@ int32_t VnXMLDocument::FindNode(int32_t mask) {
         }
     }
     return 0;
+}
+
+/// Reads the node behind the child `main` of the parent (0: ahead of its first) and returns its
+/// type, kNodeNone at the end of the text. A fragment that did not parse may hold the opening of a
+/// token that runs over the elements behind it: that one is cut where they begin, so that a change
+/// of the node never touches their text.
+int32_t VnXMLDocument::ReadNode(VnXMLScanner& scanner, VnXMLToken& token, int32_t main) const {
+    const int32_t type = scanner.NextToken(token);
+    const int32_t next = main != 0 ? Record(main).NextSibling : Record(ParentPosition).FirstChild;
+    const int32_t limit = next != 0 ? Record(next).Start : GetContentEnd(ParentPosition);
+    if (token.Offset < limit && limit < scanner.Next) {
+        token.Length = limit - token.Offset;
+        scanner.Next = limit;
+        return type == kNodeElement ? kNodeElement : kNodeError;
+    }
+    switch (type) {
+    case VnXMLToken::kEnd:
+        return kNodeNone;
+    case VnXMLToken::kEndTag:
+        return kNodeLoneEndTag;
+    case VnXMLToken::kError:
+        return kNodeError;
+    default:
+        return type;
+    }
 }

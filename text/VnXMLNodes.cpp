@@ -53,12 +53,15 @@ void VnXMLDocument::StandOnNodeAhead(int32_t parent, int32_t main, int32_t offse
     const int32_t start = main != 0 ? Record(main).GetEnd() : GetContentStart(parent);
     VnXMLScanner scanner(Text.GetText(), Text.GetLength(), Flags, start);
     VnXMLToken token;
-    while (scanner.Next < offset && scanner.NextToken(token) != VnXMLToken::kEnd) {
+    while (scanner.Next < offset) {
+        const int32_t type = ReadNode(scanner, token, main);
+        if (type == kNodeNone) {
+            return;
+        }
+        // A start tag without a record comes from a fragment that did not parse.
+        NodeType = type == kNodeElement ? int32_t{kNodeError} : type;
         NodeOffset = token.Offset;
         NodeLength = token.Length;
-        NodeType = token.Type == VnXMLToken::kEndTag  ? kNodeLoneEndTag
-                   : token.Type == VnXMLToken::kError ? kNodeError
-                                                      : token.Type;
     }
 }
 

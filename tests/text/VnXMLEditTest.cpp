@@ -19,24 +19,25 @@ struct EditCase {
     const char* After;
 };
 
-/// Puts the cursor on the root, and the child position on its first child if there is one.
-void StandOnRoot(Document& document) {
-    document.FindElement();
-    document.FindChildElement();
-}
-
-void Check(const EditCase& edit) {
-    SCOPED_TRACE(edit.What);
-    Document document;
-    document.SetDocument(ToText(edit.Before));
-    StandOnRoot(document);
-    EXPECT_EQ(edit.Edit(document), edit.Result);
-    EXPECT_EQ(ToBytes(document.GetText()), edit.After);
+/// The text, and that the index is sound and the one that a parse of it makes.
+void CheckResult(const Document& document, const char* text) {
+    EXPECT_EQ(ToBytes(document.GetText()), text);
     EXPECT_EQ(Access::Damage(document), "");
     Document fresh;
     if (fresh.SetDocument(document.GetText())) {
         EXPECT_EQ(Access::Describe(document), Access::Describe(fresh));
     }
+}
+
+/// Edits with main on the root, and the child position on its first child if there is one.
+void Check(const EditCase& edit) {
+    SCOPED_TRACE(edit.What);
+    Document document;
+    document.SetDocument(ToText(edit.Before));
+    document.FindElement();
+    document.FindChildElement();
+    EXPECT_EQ(edit.Edit(document), edit.Result);
+    CheckResult(document, edit.After);
 }
 
 constexpr uint32_t kChild = Document::kInsertChild;
@@ -47,85 +48,62 @@ constexpr uint32_t kReplace = Document::kInsertReplace;
 } // namespace
 
 TEST(VnXMLEdit, ElementsAreInsertedInTheirPlace) {
-    const EditCase kCases[] = {
-        {"behind main", "<a/>", [](Document& d) { return d.AddElement(L"b"); }, true,
-         "<a/><b/>\r\n"},
-        {"behind the line of main", "<a/> \r\n", [](Document& d) { return d.AddElement(L"b"); },
-         true, "<a/> \r\n<b/>\r\n"},
-        {"no move over white space ahead of text", "<a/> x",
-         [](Document& d) { return d.AddElement(L"b"); }, true, "<a/><b/>\r\n x"},
-        {"no move without a line end", "<a/> \r\n",
-         [](Document& d) { return d.AddElement(L"b", L"", kNoLine); }, true, "<a/><b/> \r\n"},
-        {"before main", "<a/>", [](Document& d) { return d.AddElement(L"b", L"v", kBefore); }, true,
-         "<b>v</b>\r\n<a/>"},
-        {"with no position at the end", "<!-- --><a/>",
-         [](Document& d) {
-             d.ResetPosition();
-             return d.AddElement(L"b");
-         },
-         true, "<!-- --><a/><b/>\r\n"},
-        {"with no position at the start", "<!-- --><a/>",
-         [](Document& d) {
-             d.ResetPosition();
-             return d.AddElement(L"b", L"", kBefore);
-         },
-         true, "<b/>\r\n<!-- --><a/>"},
-        {"blank ahead of the slash", "",
-         [](Document& d) { return d.AddElement(L"b", nullptr, Document::kInsertBlankBeforeSlash); },
-         true, "<b />\r\n"},
-        {"start tag alone", "",
-         [](Document& d) { return d.AddElement(L"b", nullptr, Document::kInsertNoEndTag); }, true,
-         "<b>\r\n"},
-        {"no value in a start tag alone", "",
-         [](Document& d) { return d.AddElement(L"b", L"v", Document::kInsertNoEndTag); }, false,
-         ""},
-        {"integer", "", [](Document& d) { return d.AddElement(L"b", -12); }, true,
-         "<b>-12</b>\r\n"},
-        {"first child of a self-closed element", "<a b='1'/>",
-         [](Document& d) { return d.AddElement(L"c", L"v", kChild); }, true,
-         "<a b='1'>\r\n<c>v</c>\r\n</a>"},
-        {"the same without line ends", "<a />",
-         [](Document& d) { return d.AddElement(L"c", L"v", kChild | kNoLine); }, true,
-         "<a ><c>v</c></a>"},
-        {"first child of an empty element", "<a></a>",
-         [](Document& d) { return d.AddElement(L"c", L"v", kChild); }, true,
-         "<a>\r\n<c>v</c>\r\n</a>"},
-        {"content of an empty element", "<a></a>",
-         [](Document& d) { return d.AddElement(L"c", L"v", kChild | Document::kInsertReplace); },
-         true, "<a>\r\n<c>v</c>\r\n</a>"},
-        {"first child behind text", "<a>text</a>",
-         [](Document& d) { return d.AddElement(L"c", L"", kChild); }, true, "<a>text<c/>\r\n</a>"},
-        {"behind the child", "<a>\r\n<b/>\r\n<d/>\r\n</a>",
-         [](Document& d) { return d.AddElement(L"c", L"", kChild); }, true,
-         "<a>\r\n<b/>\r\n<c/>\r\n<d/>\r\n</a>"},
-        {"before the child", "<a>\r\n<b/>\r\n</a>",
-         [](Document& d) { return d.AddElement(L"c", L"", kChild | kBefore); }, true,
-         "<a>\r\n<c/>\r\n<b/>\r\n</a>"},
-        {"at the start of the content", "<a>\r\n<b/>\r\n</a>",
-         [](Document& d) {
-             d.IntoElement();
-             d.OutOfElement();
-             d.ResetPosition();
-             d.FindElement();
-             return d.AddElement(L"c", L"", kChild | kBefore);
-         },
-         true, "<a>\r\n<c/>\r\n<b/>\r\n</a>"},
-        {"in the place of the content", "<a>x<b/><c/></a>",
-         [](Document& d) { return d.AddElement(L"d", L"v", kChild | kReplace); }, true,
-         "<a><d>v</d>\r\n</a>"},
-        {"in the place of the document", "<!-- x --><a>x<b/></a>y",
-         [](Document& d) { return d.AddElement(L"d", L"v", kReplace); }, true, "<d>v</d>\r\n"},
-        {"no child without main", "", [](Document& d) { return d.AddElement(L"d", L"v", kChild); },
-         false, ""},
-        {"into an element that nothing ended", "<a><br></a>",
-         [](Document& d) {
-             d.IntoElement();
-             return d.AddElement(L"i", L"", kChild);
-         },
-         true, "<a><br>\r\n<i/>\r\n</br></a>"},
+    struct InsertCase {
+        const char* Before;
+        const wchar_t* Main;  ///< path, null for no position
+        const wchar_t* Child; ///< path, null for no position
+        const wchar_t* Value;
+        uint32_t Options;
+        const char* After; ///< null when it is refused
     };
-    for (const EditCase& edit : kCases) {
-        Check(edit);
+    constexpr uint32_t kStartTag = Document::kInsertNoEndTag;
+    constexpr InsertCase kCases[] = {
+        // Behind main or the line it ends, but not over white space that belongs to text.
+        {"<a/>", L"a", nullptr, nullptr, 0, "<a/><n/>\r\n"},
+        {"<a/> \r\n", L"a", nullptr, nullptr, 0, "<a/> \r\n<n/>\r\n"},
+        {"<a/> x", L"a", nullptr, nullptr, 0, "<a/><n/>\r\n x"},
+        {"<a/> \r\n", L"a", nullptr, L"", kNoLine, "<a/><n/> \r\n"},
+        {"<a/>", L"a", nullptr, L"v", kBefore, "<n>v</n>\r\n<a/>"},
+        {"<!-- --><a/>", nullptr, nullptr, nullptr, 0, "<!-- --><a/><n/>\r\n"},
+        {"<!-- --><a/>", nullptr, nullptr, nullptr, kBefore, "<n/>\r\n<!-- --><a/>"},
+        {"", nullptr, nullptr, nullptr, Document::kInsertBlankBeforeSlash, "<n />\r\n"},
+        {"", nullptr, nullptr, nullptr, kStartTag, "<n>\r\n"},
+        {"", nullptr, nullptr, L"v", kStartTag, nullptr},
+        {"", nullptr, nullptr, L"v", kChild, nullptr},
+        // The first child of an element that is self-closed, empty, or not ended.
+        {"<a b='1'/>", L"a", nullptr, L"v", kChild, "<a b='1'>\r\n<n>v</n>\r\n</a>"},
+        {"<a />", L"a", nullptr, L"v", kChild | kNoLine, "<a ><n>v</n></a>"},
+        {"<a></a>", L"a", nullptr, L"v", kChild, "<a>\r\n<n>v</n>\r\n</a>"},
+        {"<a></a>", L"a", nullptr, L"v", kChild | kNoLine, "<a>\r\n<n>v</n></a>"},
+        {"<a></a>", L"a", nullptr, L"v", kChild | kReplace, "<a>\r\n<n>v</n>\r\n</a>"},
+        {"<a>text</a>", L"a", nullptr, nullptr, kChild, "<a>text<n/>\r\n</a>"},
+        {"<a><br></a>", L"/a/br", nullptr, nullptr, kChild, "<a><br>\r\n<n/>\r\n</br></a>"},
+        // Among other children, and in the place of all of them.
+        {"<a>\r\n<b/>\r\n<d/>\r\n</a>", L"a", L"b", nullptr, kChild,
+         "<a>\r\n<b/>\r\n<n/>\r\n<d/>\r\n</a>"},
+        {"<a>\r\n<b/>\r\n</a>", L"a", L"b", nullptr, kChild | kBefore,
+         "<a>\r\n<n/>\r\n<b/>\r\n</a>"},
+        {"<a>\r\n<b/>\r\n</a>", L"a", nullptr, nullptr, kChild | kBefore,
+         "<a>\r\n<n/>\r\n<b/>\r\n</a>"},
+        {"<a>x<b/><c/></a>", L"a", L"c", L"v", kChild | kReplace, "<a><n>v</n>\r\n</a>"},
+        {"<!-- x --><a>x<b/></a>y", L"a", nullptr, L"v", kReplace, "<n>v</n>\r\n"},
+    };
+    for (const InsertCase& insert : kCases) {
+        SCOPED_TRACE(std::string(insert.Before) + " " + std::to_string(insert.Options));
+        Document document;
+        document.SetDocument(ToText(insert.Before));
+        ASSERT_EQ(insert.Main != nullptr && document.FindElement(insert.Main),
+                  insert.Main != nullptr);
+        ASSERT_EQ(insert.Child != nullptr && document.FindChildElement(insert.Child),
+                  insert.Child != nullptr);
+        const bool isDone = insert.After != nullptr;
+        EXPECT_EQ(document.AddElement(L"n", insert.Value, insert.Options), isDone);
+        const bool isChild = (insert.Options & kChild) != 0;
+        EXPECT_EQ(
+            document.GetTagName(isChild ? document.GetChildPosition() : document.GetMainPosition())
+                == L"n",
+            isDone);
+        CheckResult(document, isDone ? insert.After : insert.Before);
     }
 }
 
@@ -157,36 +135,51 @@ TEST(VnXMLEdit, ValuesAreWrittenSoThatTheyReadBack) {
                   ToBytes(value.Value));
     }
     Document document;
+    document.AddElement(L"v", -12);
+    EXPECT_EQ(ToBytes(document.GetText()), "<v>-12</v>\r\n");
+    document.RemoveElement();
     document.AddElement(L"v", L"a\x1f\x02");
     EXPECT_EQ(ToBytes(document.GetText()), "<v>a?"
                                            "?</v>\r\n");
 }
 
 TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
-    const EditCase kCases[] = {
-        {"new", "<a>x</a>",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", L"1"); }, true,
-         "<a b=\"1\">x</a>"},
-        {"new in a self-closed tag", "<a />",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", 7); }, true,
-         "<a b=\"7\" />"},
-        {"new behind the last", "<a b='1'  >x</a>",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"c", L"\"<&>'"); }, true,
-         "<a b='1' c=\"&quot;&lt;&amp;&gt;&apos;\"  >x</a>"},
-        {"old in single quotes", "<a b = 'long value' c=\"2\"><d/></a>",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"B", L"1"); }, true,
-         "<a b = \"1\" c=\"2\"><d/></a>"},
-        {"old without quotes", "<a b=1/>",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", L"2"); }, true,
-         "<a b=\"2\"/>"},
-        {"old without a value", "<a b c='1'/>",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"b", L"2"); }, true,
-         "<a b=\"2\" c='1'/>"},
-        {"of the child", "<a><b/><c/></a>",
-         [](Document& d) { return d.SetAttribute(d.GetChildPosition(), L"x", L""); }, true,
-         "<a><b x=\"\"/><c/></a>"},
-        {"of nothing", "",
-         [](Document& d) { return d.SetAttribute(d.GetMainPosition(), L"x", L""); }, false, ""},
+    struct AttributeCase {
+        const char* Before;
+        const wchar_t* Name;
+        const wchar_t* Value; ///< null to remove it
+        const char* After;    ///< null when it is refused
+    };
+    constexpr AttributeCase kCases[] = {
+        {"<a>x</a>", L"b", L"1", "<a b=\"1\">x</a>"},
+        {"<a />", L"b", L"7", "<a b=\"7\" />"},
+        {"<a b='1'  >x</a>", L"c", L"\"<&>'", "<a b='1' c=\"&quot;&lt;&amp;&gt;&apos;\"  >x</a>"},
+        {"<a b = 'long value' c=\"2\"><d/></a>", L"B", L"1", "<a b = \"1\" c=\"2\"><d/></a>"},
+        {"<a b=1/>", L"b", L"2", "<a b=\"2\"/>"},
+        {"<a b c='1'/>", L"b", L"2", "<a b=\"2\" c='1'/>"},
+        {"", L"b", L"1", nullptr},
+        {"<a b='1' c='2'><d/></a>", L"b", nullptr, "<a c='2'><d/></a>"},
+        {"<a b='1' \r\n c = '2' />", L"c", nullptr, "<a b='1' />"},
+        {"<a b c=1/>", L"c", nullptr, "<a b/>"},
+        {"<a b='c'/>", L"c", nullptr, nullptr},
+        {"<a/>", L"a", nullptr, nullptr}, // the tag's own name is none
+    };
+    for (const AttributeCase& attribute : kCases) {
+        SCOPED_TRACE(attribute.Before);
+        Document document;
+        document.SetDocument(ToText(attribute.Before));
+        document.FindElement();
+        const int32_t main = document.GetMainPosition();
+        EXPECT_EQ(attribute.Value != nullptr
+                      ? document.SetAttribute(main, attribute.Name, attribute.Value)
+                      : document.RemoveAttribute(main, attribute.Name),
+                  attribute.After != nullptr);
+        CheckResult(document, attribute.After != nullptr ? attribute.After : attribute.Before);
+    }
+    const EditCase kElsewhere[] = {
+        {"of the child, a number", "<a><b/><c/></a>",
+         [](Document& d) { return d.SetAttribute(d.GetChildPosition(), L"x", -7); }, true,
+         "<a><b x=\"-7\"/><c/></a>"},
         {"of an instruction", "<a><?p b=\"1\"?><c/></a>",
          [](Document& d) {
              d.ResetPosition();
@@ -199,21 +192,14 @@ TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
                     && d.RemoveAttribute(0, L"c");
          },
          true, "<a><?p b=\"22\"?><c/></a>"},
-        {"removed", "<a b='1' c='2'><d/></a>",
-         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"b"); }, true,
-         "<a c='2'><d/></a>"},
-        {"removed, the last", "<a b='1' \r\n c = '2' />",
-         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"c"); }, true,
-         "<a b='1' />"},
-        {"removed, bare", "<a b c=1/>",
-         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"c"); }, true, "<a b/>"},
-        {"not there", "<a b='c'/>",
-         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"c"); }, false,
-         "<a b='c'/>"},
-        {"the tag's name is none", "<a/>",
-         [](Document& d) { return d.RemoveAttribute(d.GetMainPosition(), L"a"); }, false, "<a/>"},
+        {"of an instruction without room", "<a><?></a>",
+         [](Document& d) {
+             return d.IntoElement() && d.FindNode(Document::kNodeInstruction) != 0
+                    && d.SetAttribute(0, L"b", L"2");
+         },
+         false, "<a><?></a>"},
     };
-    for (const EditCase& edit : kCases) {
+    for (const EditCase& edit : kElsewhere) {
         Check(edit);
     }
 }
@@ -379,6 +365,26 @@ TEST(VnXMLEdit, TheCurrentNodeGoesWithTheContentAroundIt) {
     EXPECT_EQ(document.GetNodeType(), 0);
     EXPECT_TRUE(document.AddNode(Document::kNodeComment, L"c"));
     EXPECT_EQ(ToBytes(document.GetText()), "<a>x<!--c-->\r\n</a>");
+}
+
+// What opens in such a fragment is closed by nothing of its own, so that its token would reach over
+// the elements behind it.
+TEST(VnXMLEdit, FragmentsThatDidNotParseKeepToTheirPlace) {
+    for (const wchar_t* fragment : {L"<!--", L"<![CDATA[", L"</x", L"<!D <"}) {
+        SCOPED_TRACE(ToBytes(fragment));
+        Document document(L"<r><a/><b c='>]]>-->'/></r>");
+        document.FindElement();
+        document.FindChildElement();
+        document.IntoElement();
+        EXPECT_FALSE(document.AddSubDocument(fragment, kNoLine));
+        const int32_t type = document.FindNode(~int32_t{Document::kNodeElement});
+        EXPECT_EQ(type, Document::kNodeError);
+        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), ToBytes(fragment));
+        EXPECT_TRUE(document.RemoveNode());
+        EXPECT_EQ(Access::Damage(document), "");
+        EXPECT_EQ(Access::Describe(document, false),
+                  Access::Describe(Document(L"<r><a/><b c='>]]>-->'/></r>"), false));
+    }
 }
 
 TEST(VnXMLEdit, ABuiltDocumentHasOneElementALine) {

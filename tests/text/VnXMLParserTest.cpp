@@ -298,4 +298,6 @@ TEST(VnXMLRecords, FullSegmentsNeverMove) {
     EXPECT_EQ(Access::RecordAddress(document, 65535), address);
     EXPECT_EQ(Access::Damage(document), "");
     EXPECT_EQ(Access::UsedRecords(document), 200001);
+    EXPECT_EQ(Access::Describe(VnXMLDocument(document)),
+              Access::Describe(VnXMLDocument(document.GetText())));
 }
