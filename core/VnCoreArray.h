@@ -47,8 +47,10 @@ public:
 
     /// Makes room for `count` elements in all: exactly so many with `exact`, else by the grow step.
     void Reserve(int32_t count, bool exact = true) {
-        Data = static_cast<T*>(
-            Base.Grow(Data, sizeof(T), count, exact, /*zero=*/!PLAIN, /*keep=*/true));
+        if (count < 0 || count > Base.Capacity) {
+            Data = static_cast<T*>(
+                Base.Grow(Data, sizeof(T), count, exact, /*zero=*/!PLAIN, /*keep=*/true));
+        }
     }
 
     /// Sets the number of elements; below 0 counts as 0. Surplus elements are released and their

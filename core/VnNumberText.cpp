@@ -3,7 +3,8 @@
 #include "core/VnString.h"
 
 #include <algorithm>
-#include <limits>
+#include <array>
+#include <bit>
 #include <type_traits>
 
 namespace {
@@ -56,40 +57,65 @@ private:
     int32_t& Position;
 };
 
-/// The digits of a number, the last one first.
-struct Digits {
-    Digits(uint64_t value, uint32_t base) {
-        // A division by a constant is none; nearly all numbers are in one of these bases.
-        switch (base) {
-        case 10:
-            Fill(value, std::integral_constant<uint32_t, 10>());
-            break;
-        case 16:
-            Fill(value, std::integral_constant<uint32_t, 16>());
-            break;
-        default:
-            Fill(value, base);
-            break;
+/// The smallest number of one digit more: a number at or above the n-th has n + 2 digits or more.
+constexpr auto kPowersOfTen = [] {
+    std::array<uint64_t, 19> powers{};
+    uint64_t power = 1;
+    for (uint64_t& entry : powers) {
+        entry = power *= 10;
+    }
+    return powers;
+}();
+
+int32_t CountDigits(uint64_t value, uint32_t base) {
+    int32_t count = 1;
+    switch (base) {
+    case 10:
+        for (const uint64_t power : kPowersOfTen) {
+            if (value < power) {
+                break;
+            }
+            ++count;
         }
+        return count;
+    case 16:
+        return (static_cast<int32_t>(std::bit_width(value | 1U)) + 3) / 4;
+    default:
+        while ((value /= base) != 0) {
+            ++count;
+        }
+        return count;
     }
+}
 
-    uint8_t Values[kMostDigits]; // the first two are always set
-    int32_t Count = 0;
+template<typename BASE>
+void WriteDigitsTo(wchar_t* end, uint64_t value, BASE base, const wchar_t* letters) {
+    do {
+        *--end = letters[value % base];
+        value /= base;
+    } while (value != 0);
+}
 
-private:
-    template<typename BASE>
-    void Fill(uint64_t value, BASE base) {
-        Values[1] = 0;
-        do {
-            Values[Count++] = static_cast<uint8_t>(value % base);
-            value /= base;
-        } while (value != 0);
+/// Writes the digits of a number so that the last one stands ahead of `end`.
+void WriteDigits(wchar_t* end, uint64_t value, uint32_t base, const wchar_t* letters) {
+    // A division by a constant is none; nearly all numbers are in one of these bases.
+    switch (base) {
+    case 10:
+        WriteDigitsTo(end, value, std::integral_constant<uint32_t, 10>(), letters);
+        break;
+    case 16:
+        WriteDigitsTo(end, value, std::integral_constant<uint32_t, 16>(), letters);
+        break;
+    default:
+        WriteDigitsTo(end, value, base, letters);
+        break;
     }
-};
+}
 
-/// Writes the digits with leading zeros or blanks; `separator` 0 writes no groups.
-void PutDigits(CWriter& writer,
-               const Digits& digits,
+/// Writes a number with leading zeros or blanks; `separator` 0 writes no groups.
+void PutNumber(CWriter& writer,
+               uint64_t value,
+               uint32_t base,
                int32_t minimumDigits,
                uint32_t flags,
                wchar_t separator) {
@@ -97,21 +123,19 @@ void PutDigits(CWriter& writer,
                                  ? L"0123456789abcdefghijklmnopqrstuvwxyz"
                                  : L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     const bool blanks = (flags & VnString::kNumberBlanks) != 0;
-    const int32_t total = std::max(digits.Count, std::min(minimumDigits, kMostMinimumDigits));
+    const wchar_t filler = blanks ? L' ' : L'0';
+    const int32_t count = CountDigits(value, base);
+    const int32_t total = std::max(count, std::min(minimumDigits, kMostMinimumDigits));
     if (wchar_t* target = separator == 0 ? writer.Take(total) : nullptr) {
-        target = std::fill_n(target, total - digits.Count, blanks ? L' ' : L'0');
-        for (int32_t place = digits.Count - 1; place >= 0; --place) {
-            *target++ = letters[digits.Values[place]];
-        }
+        std::fill_n(target, total - count, filler);
+        WriteDigits(target + total, value, base, letters);
         return;
     }
+    wchar_t digits[kMostDigits];
+    WriteDigits(digits + count, value, base, letters);
     for (int32_t place = total - 1; place >= 0; --place) {
-        const bool isLeading = place >= digits.Count;
-        if (isLeading) {
-            writer.Put(blanks ? L' ' : L'0');
-        } else {
-            writer.Put(letters[digits.Values[place]]);
-        }
+        const bool isLeading = place >= count;
+        writer.Put(isLeading ? filler : digits[count - 1 - place]);
         // Blanks are no digits, so no separator stands between them.
         if (separator != 0 && place > 0 && place % 3 == 0 && !(isLeading && blanks)) {
             writer.Put(separator);
@@ -119,11 +143,12 @@ void PutDigits(CWriter& writer,
     }
 }
 
-const wchar_t* OrdinalSuffix(const Digits& digits) {
-    if (digits.Values[1] == 1) {
+/// `value` is without its sign and was written in `base`.
+const wchar_t* OrdinalSuffix(uint64_t value, uint32_t base) {
+    if (value / base % base == 1) {
         return L"th";
     }
-    switch (digits.Values[0]) {
+    switch (value % base) {
     case 1:
         return L"st";
     case 2:
@@ -171,14 +196,14 @@ bool VnNumberText::WriteSigned(wchar_t* buffer,
     }
     PutPrefix(writer, base, flags);
     const auto bits = static_cast<uint64_t>(value);
-    const Digits digits(value < 0 ? 0 - bits : bits, static_cast<uint32_t>(base));
+    const uint64_t magnitude = value < 0 ? 0 - bits : bits;
     wchar_t separator = 0;
     if ((flags & VnString::kNumberGroups) != 0) {
         separator = VnString::GetDecimalSeparator() == L'.' ? L',' : L'.';
     }
-    PutDigits(writer, digits, minimumDigits, flags, separator);
+    PutNumber(writer, magnitude, static_cast<uint32_t>(base), minimumDigits, flags, separator);
     if ((flags & VnString::kNumberOrdinal) != 0) {
-        writer.Put(OrdinalSuffix(digits));
+        writer.Put(OrdinalSuffix(magnitude, static_cast<uint32_t>(base)));
     }
     return true;
 }
@@ -198,6 +223,6 @@ bool VnNumberText::WriteUnsigned(wchar_t* buffer,
         writer.Put(L'+');
     }
     PutPrefix(writer, base, flags);
-    PutDigits(writer, Digits(value, static_cast<uint32_t>(base)), minimumDigits, flags, 0);
+    PutNumber(writer, value, static_cast<uint32_t>(base), minimumDigits, flags, 0);
     return true;
 }

@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-/// Writers of integers as text, into a caller's buffer at a moving position.
+/// Writers of numbers as text, into a caller's buffer at a moving position.
 ///
-/// Each refuses, with false and nothing written, a base out of range and a buffer with fewer than 8
-/// free places. A buffer that ends early is filled up and its last place becomes "?". No terminator
-/// is written. `flags` are those of VnString::NumberFlags; 0 prints "0".
+/// Those of integers refuse, with false and nothing written, a base out of range and a buffer with
+/// fewer than 8 free places. A buffer that ends early is filled up and its last place becomes "?".
+/// No terminator is written. `flags` are those of VnString::NumberFlags; 0 prints "0".
 class VnNumberText {
 public:
     VnNumberText() = delete;
@@ -32,6 +32,19 @@ public:
                               int32_t minimumDigits,
                               int32_t base,
                               uint32_t flags);
+
+    /// Places that the writer of a floating-point number needs behind `position`.
+    static constexpr int32_t kDoubleRoom = 192;
+
+    /// Writes `value` as VnString::SetDouble does. False, with nothing written, for what takes more
+    /// than kDoubleRoom places or is not finite. (In VnStringNumberText.cpp.)
+    static bool WriteDouble(wchar_t* buffer,
+                            int32_t& position,
+                            double value,
+                            int32_t precision,
+                            bool keepZeros,
+                            int32_t minimumIntegerDigits,
+                            uint32_t flags);
 
     /// Places that a number with `minimumDigits` takes at most, in any base and with any flags.
     static int32_t GetRoom(int32_t minimumDigits);

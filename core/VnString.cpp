@@ -120,7 +120,7 @@ wchar_t* VnString::GetBuffer(int32_t minLength, bool exact, bool keepContents) {
     const int32_t count = header->ReferenceCount;
     const bool isPrivate = count < 2;
     if (isPrivate && (minLength < 0 || header->Capacity > minLength)) {
-        header->ReferenceCount.exchange(VnStringHeader::kLockedCount);
+        header->SetPrivateCount(VnStringHeader::kLockedCount);
         return Characters;
     }
     // A locked block was written to since its length was stored: the terminator rules there.
@@ -131,7 +131,7 @@ wchar_t* VnString::GetBuffer(int32_t minLength, bool exact, bool keepContents) {
                                       !isPrivate, lengthIsExact, true);
     Release();
     Characters = made;
-    GetHeader()->ReferenceCount.exchange(VnStringHeader::kLockedCount);
+    GetHeader()->SetPrivateCount(VnStringHeader::kLockedCount);
     return Characters;
 }
 
@@ -149,7 +149,7 @@ void VnString::ReleaseBuffer(int32_t newLength) {
     Characters[newLength] = 0;
     header->Length = newLength;
     if (count == VnStringHeader::kLockedCount) {
-        header->ReferenceCount.exchange(1);
+        header->SetPrivateCount(1);
     }
 }
 

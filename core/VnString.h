@@ -74,7 +74,11 @@ public:
     VnString(const wchar_t* text, int32_t length);
     /// One character; 0 gives the empty text.
     explicit VnString(wchar_t ch);
-    ~VnString() { Release(); }
+    ~VnString() {
+        if (GetHeader()->ReferenceCount != VnStringHeader::kStaticCount) {
+            Release();
+        }
+    }
 
     VnString& operator=(const VnString& other);
     VnString& operator=(VnString&& other) noexcept;
@@ -146,9 +150,9 @@ public:
     void AppendBytes(const char* text, int32_t count = -1);
     /// `count` line feeds (character 10).
     void AppendLineFeeds(int32_t count);
-    VnString& operator+=(const VnString& text);
-    VnString& operator+=(const wchar_t* text);
-    VnString& operator+=(wchar_t ch);
+    VnString& operator+=(const VnString& text) { return Append(text), *this; }
+    VnString& operator+=(const wchar_t* text) { return Append(text), *this; }
+    VnString& operator+=(wchar_t ch) { return Append(ch), *this; }
 
     void Prepend(const VnString& text);
     void Prepend(wchar_t ch, int32_t count = 1);

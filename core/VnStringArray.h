@@ -123,4 +123,10 @@ public:
     /// Writes the elements joined with `separator` to the file at `path`, as VnString::SaveToFile
     /// does. True when every byte was written.
     bool SaveToFile(const wchar_t* path, VnTextEncoding encoding, const wchar_t* separator) const;
+
+private:
+    /// Writes the parts of `text` over the elements from `first` on, adding elements where there
+    /// are none, and returns the index behind the last part. `text` must outlive the elements that
+    /// are overwritten.
+    int32_t WriteParts(int32_t first, const wchar_t* text, const wchar_t* separator, bool trim);
 };

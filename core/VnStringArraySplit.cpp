@@ -25,14 +25,21 @@ const wchar_t* SkipSpaceBackwards(const wchar_t* begin, const wchar_t* end) {
     return end;
 }
 
-/// Writes the parts of `text` over the elements from `first` on, adding elements where there are
-/// none, and returns the index behind the last part. `text` must outlive the elements that are
-/// overwritten.
-int32_t WriteParts(VnStringArray& strings,
-                   int32_t first,
-                   const wchar_t* text,
-                   const wchar_t* separator,
-                   bool trim) {
+/// Holds the element that `text` points into, if any, so that overwriting the element leaves the
+/// text alone.
+VnString GetGuard(const VnStringArray& strings, const wchar_t* text) {
+    for (const VnString& element : strings) {
+        if (text >= element.GetText() && text <= element.GetText() + element.GetLength()) {
+            return element;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+int32_t
+VnStringArray::WriteParts(int32_t first, const wchar_t* text, const wchar_t* separator, bool trim) {
     const std::wstring_view wanted(separator == nullptr ? L"" : separator);
     const bool isCharacter = wanted.size() == 1;
     const std::wstring_view whole = isCharacter ? std::wstring_view() : std::wstring_view(text);
@@ -53,12 +60,12 @@ int32_t WriteParts(VnStringArray& strings,
             end = SkipSpaceBackwards(begin, end);
         }
         const auto length = static_cast<int32_t>(end - begin);
-        if (index < strings.GetCount()) {
-            strings[index].Assign(begin, length);
+        if (index < GetCount()) {
+            Data[index].Assign(begin, length);
         } else {
-            VnString part(begin, length);
-            strings.SetSize(index + 1);
-            strings[index].Swap(part);
+            Reserve(Base.GetCountWith(1), /*exact=*/false);
+            new (static_cast<void*>(Data + index)) VnString(begin, length);
+            ++Base.Count;
         }
         if (found == nullptr) {
             return index + 1;
@@ -73,19 +80,6 @@ int32_t WriteParts(VnStringArray& strings,
     }
 }
 
-/// Holds the element that `text` points into, if any, so that overwriting the element leaves the
-/// text alone.
-VnString GetGuard(const VnStringArray& strings, const wchar_t* text) {
-    for (const VnString& element : strings) {
-        if (text >= element.GetText() && text <= element.GetText() + element.GetLength()) {
-            return element;
-        }
-    }
-    return {};
-}
-
-} // namespace
-
 int32_t
 VnStringArray::Split(const wchar_t* text, const wchar_t* separator, bool trim, bool skipEmptyText) {
     const VnString textGuard = GetGuard(*this, text);
@@ -93,7 +87,7 @@ VnStringArray::Split(const wchar_t* text, const wchar_t* separator, bool trim, b
     const bool isEmpty = text == nullptr || *text == 0;
     int32_t parts = 0;
     if (!isEmpty || !skipEmptyText) {
-        parts = WriteParts(*this, 0, isEmpty ? L"" : text, separator, trim);
+        parts = WriteParts(0, isEmpty ? L"" : text, separator, trim);
     }
     RemoveAt(parts, GetCount() - parts);
     return parts;
@@ -108,7 +102,7 @@ int32_t VnStringArray::AppendSplit(const wchar_t* text,
         return 0;
     }
     const int32_t first = GetCount();
-    return WriteParts(*this, first, isEmpty ? L"" : text, separator, trim) - first;
+    return WriteParts(first, isEmpty ? L"" : text, separator, trim) - first;
 }
 
 int32_t VnStringArray::SplitFirst(const wchar_t* separator, bool trim, bool skipEmptyText) {

@@ -13,7 +13,17 @@ namespace {
 // The alphabet of RFC 4648, section 4.
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
+/// The two digits of 12 bits, the first one in the low byte.
+constexpr std::array<uint16_t, 4096> kDigitPairs = [] {
+    std::array<uint16_t, 4096> pairs{};
+    for (uint32_t bits = 0; bits < pairs.size(); ++bits) {
+        pairs[bits] = static_cast<uint16_t>(kAlphabet[bits >> 6] | kAlphabet[bits & 63] << 8);
+    }
+    return pairs;
+}();
+
 constexpr int64_t kLineLength = 64;
+constexpr int64_t kLineBytes = kLineLength / 4 * 3;
 constexpr int64_t kDecodeGrowStep = 16384;
 
 constexpr uint8_t kPadding = 64; ///< class of "="; the digits have their value
@@ -89,6 +99,23 @@ private:
     const wchar_t* End;
     int32_t PaddingCount = 0;
 };
+
+/// Writes the digits of a whole line, of which two more bytes are read.
+void EncodeLine(const uint8_t* bytes, wchar_t* target) {
+    char digits[kLineLength];
+    for (char* place = digits; place < digits + kLineLength; place += sizeof(uint64_t)) {
+        uint64_t group = 0;
+        std::memcpy(&group, bytes, sizeof group);
+        group = __builtin_bswap64(group); // the first six bytes stand on top now
+        const uint64_t eight = uint64_t{kDigitPairs[group >> 52]}
+                               | uint64_t{kDigitPairs[group >> 40 & 4095]} << 16
+                               | uint64_t{kDigitPairs[group >> 28 & 4095]} << 32
+                               | uint64_t{kDigitPairs[group >> 16 & 4095]} << 48;
+        std::memcpy(place, &eight, sizeof eight);
+        bytes += 6;
+    }
+    VnStringDetail::WidenBytes(digits, sizeof digits, target);
+}
 
 void DecodeBase64(const wchar_t* text, int32_t length, VnBuffer& bytes) {
     bytes.Empty();
@@ -170,7 +197,18 @@ void VnString::SetBase64(const void* bytes, int32_t count, bool lineBreaks) {
     wchar_t* out = result.GetBuffer(length, true, false);
     const auto* in = static_cast<const uint8_t*>(bytes);
     const uint8_t* const end = in + count;
-    const uint8_t* lineEnd = lineBreaks ? in + kLineLength / 4 * 3 : end;
+    const uint8_t* lineEnd = lineBreaks ? in + kLineBytes : end;
+    const auto breakLine = [&] {
+        if (in == lineEnd) {
+            *out++ = L'\n';
+            lineEnd += kLineBytes;
+        }
+    };
+    for (; end - in >= kLineBytes + 2; in += kLineBytes) {
+        breakLine();
+        EncodeLine(in, out);
+        out += kLineLength;
+    }
     const auto putDigits = [&out](uint32_t group) {
         out[0] = static_cast<wchar_t>(kAlphabet[group >> 18]);
         out[1] = static_cast<wchar_t>(kAlphabet[group >> 12 & 63]);
@@ -179,16 +217,11 @@ void VnString::SetBase64(const void* bytes, int32_t count, bool lineBreaks) {
         out += 4;
     };
     for (; end - in >= 3; in += 3) {
-        if (in == lineEnd) {
-            *out++ = L'\n';
-            lineEnd += kLineLength / 4 * 3;
-        }
+        breakLine();
         putDigits(static_cast<uint32_t>(in[0]) << 16 | static_cast<uint32_t>(in[1]) << 8 | in[2]);
     }
     if (in != end) {
-        if (in == lineEnd) {
-            *out++ = L'\n';
-        }
+        breakLine();
         const bool hasTwo = end - in == 2;
         putDigits(static_cast<uint32_t>(in[0]) << 16
                   | (hasTwo ? static_cast<uint32_t>(in[1]) << 8 : 0));

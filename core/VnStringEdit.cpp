@@ -146,14 +146,14 @@ Concatenate(const wchar_t* left, int32_t leftCount, const wchar_t* right, int32_
 // Append
 
 void VnString::Append(const VnString& text) {
-    // A block of its own stays, for the room that was made in it.
-    if (GetHeader()->ReferenceCount == VnStringHeader::kStaticCount) {
-        *this = text;
+    const Piece piece{text.Characters, text.GetLength()};
+    if (piece.Count < 1) {
         return;
     }
-    const Piece piece{text.Characters, text.GetLength()};
-    if (wchar_t* target = piece.Count < 1 ? nullptr : GetHeader()->Extend(piece.Count)) {
+    if (wchar_t* target = GetHeader()->Extend(piece.Count)) {
         CopyPiece(target, piece);
+    } else if (GetHeader()->ReferenceCount == VnStringHeader::kStaticCount) {
+        *this = text; // a block of its own would stay, for the room that was made in it
     } else {
         AppendPieces(*this, {piece}, 0);
     }
@@ -200,21 +200,6 @@ void VnString::AppendLineFeeds(int32_t count) {
     const int32_t newLength = VnStringDetail::AddLengths(length, count);
     std::fill_n(GetBuffer(newLength, false, true) + length, count, L'\n');
     ReleaseBuffer(newLength);
-}
-
-VnString& VnString::operator+=(const VnString& text) {
-    Append(text);
-    return *this;
-}
-
-VnString& VnString::operator+=(const wchar_t* text) {
-    Append(text);
-    return *this;
-}
-
-VnString& VnString::operator+=(wchar_t ch) {
-    Append(ch);
-    return *this;
 }
 
 VnString operator+(const VnString& left, const VnString& right) {

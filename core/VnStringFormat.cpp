@@ -25,7 +25,10 @@ bool IsDigit(wchar_t ch) {
 
 /// Reads a run of digits, -1 when there is none; large values stop at the largest int32.
 int32_t ReadNumber(const wchar_t*& at) {
-    int64_t value = IsDigit(*at) ? 0 : -1;
+    if (!IsDigit(*at)) {
+        return -1;
+    }
+    int64_t value = 0;
     for (; IsDigit(*at); ++at) {
         value = std::min<int64_t>(value * 10 + (*at - L'0'), std::numeric_limits<int32_t>::max());
     }
@@ -46,6 +49,22 @@ public:
     void Append(const wchar_t* text) { Append(text, VnStringDetail::Measure(text)); }
     void Append(const VnString& text) { Append(text.GetText(), text.GetLength()); }
     void Append(wchar_t ch) { *Take(1) = ch; }
+
+    /// Appends `text` up to its end or `mark`, and gives the place where that stands. Such pieces
+    /// are short: a search and a copy by the library would take longer.
+    const wchar_t* AppendUpTo(const wchar_t* text, wchar_t mark) {
+        int32_t used = Used;
+        for (; *text != 0 && *text != mark; ++text) {
+            if (used == kRoom) {
+                Used = used;
+                Flush();
+                used = 0;
+            }
+            Room[used++] = *text;
+        }
+        Used = used;
+        return text;
+    }
 
     /// Room for `count` characters, at most kRoom, that count as appended.
     wchar_t* Take(int32_t count) {
@@ -91,14 +110,8 @@ public:
         , ArgCount(count) {}
 
     void Run(const wchar_t* text) {
-        while (*text != 0) {
-            const wchar_t* percent = std::wcschr(text, L'%');
-            if (percent == nullptr) {
-                Out.Append(text);
-                return;
-            }
-            Out.Append(text, static_cast<int32_t>(percent - text));
-            text = Convert(percent + 1);
+        for (text = Out.AppendUpTo(text, L'%'); *text != 0; text = Out.AppendUpTo(text, L'%')) {
+            text = Convert(text + 1);
         }
     }
 
@@ -235,11 +248,19 @@ private:
     }
 
     void PutDouble(const VnFormatArg& arg, const Conversion& conversion) {
-        VnString text;
-        text.SetDouble(arg.Tag == VnFormatArg::kFloatingPoint ? arg.Double : 0.0,
-                       conversion.Precision, conversion.Precision >= 0,
-                       std::max(conversion.Width, 0));
-        Out.Append(text);
+        const double value = arg.Tag == VnFormatArg::kFloatingPoint ? arg.Double : 0.0;
+        const int32_t digits = std::max(conversion.Width, 0);
+        const bool keepZeros = conversion.Precision >= 0;
+        constexpr int32_t kRoom = VnNumberText::kDoubleRoom;
+        int32_t length = 0;
+        const bool isWritten = VnNumberText::WriteDouble(
+            Out.Take(kRoom), length, value, conversion.Precision, keepZeros, digits, 0);
+        Out.GiveBack(kRoom - length);
+        if (!isWritten) {
+            VnString text;
+            text.SetDouble(value, conversion.Precision, keepZeros, digits);
+            Out.Append(text);
+        }
     }
 
     template<typename WRITER, typename NUMBER>

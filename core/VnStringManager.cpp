@@ -133,8 +133,7 @@ VnStringHeader* VnStringGlobals::AllocateBlock(int32_t length, bool usePool) {
         header = NewBlock(capacity, this);
     }
     header->Length = length;
-    // Nobody else knows the block yet.
-    header->ReferenceCount.store(1, std::memory_order_relaxed);
+    header->SetPrivateCount(1);
     header->Manager = this;
     return header;
 }

@@ -24,6 +24,10 @@ struct VnStringHeader {
     static constexpr int32_t kLockedCount = -1;
     static constexpr int32_t kStaticCount = 0x7ffffc17;
 
+    /// Sets the count of a block that one string alone has, which needs no exchange: no other
+    /// thread looks at it until that string is handed over, and a handover orders more than this.
+    void SetPrivateCount(int32_t count) { ReferenceCount.store(count, std::memory_order_relaxed); }
+
     /// The characters behind the header.
     wchar_t* GetCharacters() { return reinterpret_cast<wchar_t*>(this + 1); }
 

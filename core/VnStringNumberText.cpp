@@ -45,38 +45,53 @@ void SetByWriter(VnString& text,
     text.ReleaseBuffer(length);
 }
 
-/// std::floor of a value without sign, which the compiler calls as a function.
+/// std::floor and std::round of a value without sign, which the compiler calls as functions.
 double Floor(double value) {
     return value < kLargestInt64 ? static_cast<double>(static_cast<int64_t>(value)) : value;
+}
+double Round(double value) {
+    const double floor = Floor(value);
+    return value - floor >= 0.5 ? floor + 1 : floor;
 }
 
 /// A value without sign, split at the decimal point.
 struct DecimalParts {
-    /// `value` rounded half up to as few decimals as it needs, at most `precision`.
-    DecimalParts(double value, int32_t precision) : Integer(Floor(value)) {
+    /// `value` rounded half up to as few decimals as it needs, at most `precision` (-1: as many as
+    /// there can be), with `keepZeros` to exactly that many.
+    DecimalParts(double value, int32_t precision, bool keepZeros) : Integer(Floor(value)) {
+        if (precision < 0 || precision > kMostDecimals) {
+            precision = kMostDecimals;
+        }
         const double fraction = value - Integer;
         while (Places < precision
                && fraction * kPowers[Places] != Floor(fraction * kPowers[Places])) {
             ++Places;
         }
-        const double scaled = std::round(fraction * kPowers[Places]);
+        const double scaled = Round(fraction * kPowers[Places]);
         if (scaled >= kPowers[Places]) {
             Integer += 1;
         } else {
             Fraction = static_cast<uint64_t>(scaled);
         }
-    }
-
-    void DropTrailingZeros() {
-        while (Places > 0 && Fraction % 10 == 0) {
-            Fraction /= 10;
-            --Places;
+        if (keepZeros) {
+            Zeros = precision - Places;
+        } else {
+            DropTrailingZeros();
         }
     }
 
     double Integer;
     uint64_t Fraction = 0; ///< the decimals as a number of `Places` digits
     int32_t Places = 0;
+    int32_t Zeros = 0; ///< to write behind the decimals
+
+private:
+    void DropTrailingZeros() {
+        while (Places > 0 && Fraction % 10 == 0) {
+            Fraction /= 10;
+            --Places;
+        }
+    }
 };
 
 /// Up to so many digits a number is put together on the stack.
@@ -130,43 +145,51 @@ void VnString::SetInt(uint64_t value, int32_t minimumDigits, int32_t base, uint3
     SetByWriter(*this, VnNumberText::WriteUnsigned, value, minimumDigits, base, flags);
 }
 
+bool VnNumberText::WriteDouble(wchar_t* buffer,
+                               int32_t& position,
+                               double value,
+                               int32_t precision,
+                               bool keepZeros,
+                               int32_t minimumIntegerDigits,
+                               uint32_t flags) {
+    if (!std::isfinite(value) || minimumIntegerDigits > kUsualDigits) {
+        return false;
+    }
+    const DecimalParts parts(std::fabs(value), precision, keepZeros);
+    if (parts.Integer >= kLargestInt64) {
+        return false;
+    }
+    const int32_t size = position + kDoubleRoom;
+    PutSign(buffer, position, value, flags);
+    if (parts.Integer != 0 || (flags & VnString::kDoubleDropZeroInteger) == 0) {
+        WriteUnsigned(buffer, size, position, static_cast<uint64_t>(parts.Integer),
+                      minimumIntegerDigits, 10, 0);
+    }
+    if (parts.Places + parts.Zeros > 0) {
+        buffer[position++] =
+            (flags & VnString::kDoublePoint) != 0 ? L'.' : VnString::GetDecimalSeparator();
+    }
+    if (parts.Places > 0) {
+        WriteUnsigned(buffer, size, position, parts.Fraction, parts.Places, 10, 0);
+    }
+    position = static_cast<int32_t>(std::fill_n(buffer + position, parts.Zeros, L'0') - buffer);
+    return true;
+}
+
 void VnString::SetDouble(
     double value, int32_t precision, bool keepZeros, int32_t minimumIntegerDigits, uint32_t flags) {
+    wchar_t buffer[VnNumberText::kDoubleRoom];
+    int32_t length = 0;
+    if (VnNumberText::WriteDouble(buffer, length, value, precision, keepZeros, minimumIntegerDigits,
+                                  flags)) {
+        Assign(buffer, length);
+        return;
+    }
     if (!std::isfinite(value)) {
         *this = L'?';
         return;
     }
-    if (precision < 0 || precision > kMostDecimals) {
-        precision = kMostDecimals;
-    }
-    DecimalParts parts(std::fabs(value), precision);
-    int32_t zeros = 0;
-    if (keepZeros) {
-        zeros = precision - parts.Places;
-    } else {
-        parts.DropTrailingZeros();
-    }
-    constexpr int32_t kUsualRoom = 192;
-    if (parts.Integer < kLargestInt64 && minimumIntegerDigits <= kUsualDigits) {
-        wchar_t buffer[kUsualRoom];
-        int32_t length = 0;
-        PutSign(buffer, length, value, flags);
-        if (parts.Integer != 0 || (flags & kDoubleDropZeroInteger) == 0) {
-            VnNumberText::WriteUnsigned(buffer, kUsualRoom, length,
-                                        static_cast<uint64_t>(parts.Integer), minimumIntegerDigits,
-                                        10, 0);
-        }
-        if (parts.Places + zeros > 0) {
-            buffer[length++] = (flags & kDoublePoint) != 0 ? L'.' : GetDecimalSeparator();
-        }
-        if (parts.Places > 0) {
-            VnNumberText::WriteUnsigned(buffer, kUsualRoom, length, parts.Fraction, parts.Places,
-                                        10, 0);
-        }
-        length = static_cast<int32_t>(std::fill_n(buffer + length, zeros, L'0') - buffer);
-        Assign(buffer, length);
-        return;
-    }
+    const DecimalParts parts(std::fabs(value), precision, keepZeros);
     wchar_t sign[1];
     int32_t signLength = 0;
     PutSign(sign, signLength, value, flags);
@@ -179,12 +202,12 @@ void VnString::SetDouble(
             return;
         }
     }
-    if (parts.Places + zeros > 0) {
+    if (parts.Places + parts.Zeros > 0) {
         result += (flags & kDoublePoint) != 0 ? L'.' : GetDecimalSeparator();
         if (parts.Places > 0) {
             result += FromInt(static_cast<int64_t>(parts.Fraction), parts.Places);
         }
-        for (int32_t i = 0; i < zeros; ++i) {
+        for (int32_t i = 0; i < parts.Zeros; ++i) {
             result += L'0';
         }
     }

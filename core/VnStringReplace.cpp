@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <string_view>
 #include <vector>
 
 /// One match of ReplaceList.
@@ -24,12 +25,14 @@ using HitList = VnArray<VnString::VnStringReplaceHit, const VnString::VnStringRe
 class CPatternSearch {
 public:
     CPatternSearch(const VnString& text, const wchar_t* const* patterns, int32_t count, bool exact)
-        : Text(text)
+        : Text(text.GetText(), static_cast<size_t>(text.GetLength()))
+        , Owner(text)
         , Exact(exact) {
         Patterns.reserve(static_cast<size_t>(count));
         for (int32_t i = 0; i < count; ++i) {
-            Patterns.push_back(
-                {patterns[i], VnStringDetail::Measure(patterns[i]), Find(patterns[i], 0)});
+            CPattern pattern{patterns[i], 0};
+            pattern.Next = Find(pattern, 0);
+            Patterns.push_back(pattern);
         }
     }
 
@@ -40,7 +43,7 @@ public:
         for (size_t i = 0; i < Patterns.size(); ++i) {
             CPattern& pattern = Patterns[i];
             if (pattern.Next >= 0 && pattern.Next < position) {
-                pattern.Next = Find(pattern.Text, position);
+                pattern.Next = Find(pattern, position);
             }
             if (pattern.Next >= 0 && (nearest.Position < 0 || pattern.Next < nearest.Position)) {
                 nearest = {static_cast<int32_t>(i), pattern.Next};
@@ -49,26 +52,25 @@ public:
         return nearest;
     }
 
-    int32_t GetLength(int32_t pattern) const {
-        return Patterns[static_cast<size_t>(pattern)].Length;
+    /// The text that a hit found.
+    std::wstring_view GetMatch(const VnString::VnStringReplaceHit& hit) const {
+        return Text.substr(static_cast<size_t>(hit.Position),
+                           Patterns[static_cast<size_t>(hit.Pattern)].Wanted.size());
     }
 
 private:
     struct CPattern {
-        const wchar_t* Text;
-        int32_t Length;
+        std::wstring_view Wanted;
         int32_t Next; ///< place of the next match, -1 when there is none left
     };
 
-    int32_t Find(const wchar_t* wanted, int32_t start) const {
-        if (!Exact) {
-            return Text.FindNoCase(wanted, start);
-        }
-        return VnStringDetail::FindIn({Text.GetText(), static_cast<size_t>(Text.GetLength())},
-                                      wanted, start, true);
+    int32_t Find(const CPattern& pattern, int32_t start) const {
+        return Exact ? VnStringDetail::FindIn(Text, pattern.Wanted, start, true)
+                     : Owner.FindNoCase(pattern.Wanted.data(), start);
     }
 
-    const VnString& Text;
+    std::wstring_view Text;
+    const VnString& Owner;
     bool Exact;
     std::vector<CPattern> Patterns;
 };
@@ -84,10 +86,15 @@ public:
             Next += count;
         }
     }
+    void Write(std::wstring_view text) { Write(text.data(), static_cast<int32_t>(text.size())); }
 
 private:
     wchar_t* Next;
 };
+
+std::wstring_view View(const wchar_t* text) {
+    return text == nullptr ? std::wstring_view() : std::wstring_view(text);
+}
 
 /// Whether there is a search in any letter case; without it such a search is made in exact case.
 bool HasStringTools() {
@@ -119,8 +126,15 @@ int32_t VnString::ReplaceList(const wchar_t* const* oldTexts,
     }
     CPatternSearch search(*this, oldTexts, count, caseFlag || !HasStringTools());
 
+    const std::wstring_view ahead = View(before);
+    const std::wstring_view behind = View(after);
+    std::vector<std::wstring_view> replacements(static_cast<size_t>(count));
+    std::transform(newTexts, newTexts + (keepMatch ? 0 : count), replacements.begin(), View);
+    const auto getReplacement = [&](const VnStringReplaceHit& hit) {
+        return keepMatch ? search.GetMatch(hit) : replacements[static_cast<size_t>(hit.Pattern)];
+    };
+
     HitList hits;
-    const int32_t aroundLength = VnStringDetail::Measure(before) + VnStringDetail::Measure(after);
     int64_t newLength = GetLength();
     for (int32_t position = 0; hits.GetCount() < maximumHits;) {
         const VnStringReplaceHit hit = search.FindNearest(position);
@@ -128,11 +142,9 @@ int32_t VnString::ReplaceList(const wchar_t* const* oldTexts,
             break;
         }
         hits.Add(hit);
-        const int32_t matchLength = search.GetLength(hit.Pattern);
-        newLength += aroundLength;
-        if (!keepMatch) {
-            newLength += VnStringDetail::Measure(newTexts[hit.Pattern]) - matchLength;
-        }
+        const auto matchLength = static_cast<int32_t>(search.GetMatch(hit).size());
+        newLength += static_cast<int64_t>(ahead.size() + getReplacement(hit).size() + behind.size())
+                     - matchLength;
         position = hit.Position + matchLength;
     }
     if (hits.GetCount() == 0) {
@@ -146,16 +158,11 @@ int32_t VnString::ReplaceList(const wchar_t* const* oldTexts,
     CPieceWriter writer(result.GetBuffer(length, true, false));
     int32_t position = 0;
     for (const VnStringReplaceHit& hit : hits) {
-        const int32_t matchLength = search.GetLength(hit.Pattern);
         writer.Write(Characters + position, hit.Position - position);
-        writer.Write(before, VnStringDetail::Measure(before));
-        if (keepMatch) {
-            writer.Write(Characters + hit.Position, matchLength);
-        } else {
-            writer.Write(newTexts[hit.Pattern], VnStringDetail::Measure(newTexts[hit.Pattern]));
-        }
-        writer.Write(after, VnStringDetail::Measure(after));
-        position = hit.Position + matchLength;
+        writer.Write(ahead);
+        writer.Write(getReplacement(hit));
+        writer.Write(behind);
+        position = hit.Position + static_cast<int32_t>(search.GetMatch(hit).size());
     }
     writer.Write(Characters + position, GetLength() - position);
     result.ReleaseBuffer(length);
