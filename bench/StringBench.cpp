@@ -39,65 +39,55 @@ bool IsSame(const VnString& ours, const std::wstring& theirs) {
     return std::wstring_view(ours.GetText(), static_cast<size_t>(ours.GetLength())) == theirs;
 }
 
-void CompareAppend(BenchPairTable& table) {
-    table.Compare("append 100,000 characters", kAppends,
-                  [] {
-                      VnString text;
-                      for (int32_t index = 0; index < kAppends; ++index) {
-                          text.Append(static_cast<wchar_t>(L'a' + index % 26));
-                      }
-                      return int64_t{text.GetLength()};
-                  },
-                  {{"std::wstring",
-                    [] {
-                        std::wstring text;
-                        for (int32_t index = 0; index < kAppends; ++index) {
-                            text.push_back(static_cast<wchar_t>(L'a' + index % 26));
-                        }
-                        return static_cast<int64_t>(text.size());
-                    },
-                    kLevel}});
+int64_t GetLength(const VnString& text) {
+    return text.GetLength();
+}
+int64_t GetLength(const std::wstring& text) {
+    return static_cast<int64_t>(text.size());
+}
 
-    const Samples samples = MakeSamples(kTexts, L"A title of the usual length ");
-    std::wstring whole;
-    for (const std::wstring& text : samples.Theirs) {
-        whole += text;
+/// Counts over one doubling: at a single one, whose capacity happens to have been raised last would
+/// decide.
+constexpr int32_t kEighths[] = {4, 5, 6, 7};
+
+/// Appends to a new text at each of the counts, at most `count`, and gives the sum of the lengths.
+template<typename TEXT, typename APPEND>
+int64_t AppendOverOctave(int32_t count, const APPEND& append) {
+    int64_t sum = 0;
+    for (const int32_t eighths : kEighths) {
+        TEXT text;
+        for (int32_t index = 0; index < count / 8 * eighths; ++index) {
+            append(text, index);
+        }
+        sum += GetLength(text);
     }
-    const auto length = static_cast<int64_t>(whole.size());
-    table.Compare("append 10,000 texts", length,
-                  [&] {
-                      VnString text;
-                      for (const VnString& sample : samples.Ours) {
-                          text += sample;
-                      }
-                      return int64_t{text.GetLength()};
-                  },
-                  {{"std::wstring",
-                    [&] {
-                        std::wstring text;
-                        for (const std::wstring& sample : samples.Theirs) {
-                            text += sample;
-                        }
-                        return static_cast<int64_t>(text.size());
-                    },
-                    kLevel}});
-    table.Compare("append 10,000 literals", kTexts * 20,
-                  [&] {
-                      VnString text;
-                      for (int32_t index = 0; index < kTexts; ++index) {
-                          text += L"<Item Name=\"Artist\">";
-                      }
-                      return int64_t{text.GetLength()};
-                  },
-                  {{"std::wstring",
-                    [&] {
-                        std::wstring text;
-                        for (int32_t index = 0; index < kTexts; ++index) {
-                            text += L"<Item Name=\"Artist\">";
-                        }
-                        return static_cast<int64_t>(text.size());
-                    },
-                    kLevel}});
+    return sum;
+}
+
+void CompareAppend(BenchPairTable& table) {
+    const auto compare = [&](const char* work, int32_t count, const auto& ours,
+                             const auto& theirs) {
+        table.Compare(work, AppendOverOctave<std::wstring>(count, theirs),
+                      [&] { return AppendOverOctave<VnString>(count, ours); },
+                      {{"std::wstring",
+                        [&] { return AppendOverOctave<std::wstring>(count, theirs); }, kLevel}});
+    };
+    const auto getCharacter = [](int32_t index) { return static_cast<wchar_t>(L'a' + index % 26); };
+    compare(
+        "append characters", kAppends,
+        [&](VnString& text, int32_t index) { text.Append(getCharacter(index)); },
+        [&](std::wstring& text, int32_t index) { text.push_back(getCharacter(index)); });
+    const Samples samples = MakeSamples(kTexts, L"A title of the usual length ");
+    compare(
+        "append texts", kTexts,
+        [&](VnString& text, int32_t index) { text += samples.Ours[static_cast<size_t>(index)]; },
+        [&](std::wstring& text, int32_t index) {
+            text += samples.Theirs[static_cast<size_t>(index)];
+        });
+    compare(
+        "append literals", kTexts,
+        [](VnString& text, int32_t) { text += L"<Item Name=\"Artist\">"; },
+        [](std::wstring& text, int32_t) { text += L"<Item Name=\"Artist\">"; });
 }
 
 /// A path of a folder, a name and an extension, ten thousand times.

@@ -99,7 +99,7 @@ bool VnStringGlobals::IsClassByLibrary(wchar_t ch, CharacterClass wanted) {
 }
 
 VnStringHeader* VnStringGlobals::TakeFromPool(int32_t capacity) {
-    if (PoolCount.load(std::memory_order_relaxed) == 0) {
+    if (capacity > LargestInPool.load(std::memory_order_relaxed)) {
         return nullptr;
     }
     const VnShortLock guard(Lock);
@@ -113,6 +113,8 @@ VnStringHeader* VnStringGlobals::TakeFromPool(int32_t capacity) {
         }
     }
     if (best < 0) {
+        LargestInPool.store(*std::max_element(std::begin(PoolCapacities), std::end(PoolCapacities)),
+                            std::memory_order_relaxed);
         return nullptr;
     }
     PoolCapacities[best] = -1;
@@ -151,6 +153,9 @@ void VnStringGlobals::FreeBlock(VnStringHeader* header) {
             Pool[slot] = header;
             PoolCapacities[slot] = header->Capacity;
             PoolCount.store(count + 1, std::memory_order_relaxed);
+            if (header->Capacity > LargestInPool.load(std::memory_order_relaxed)) {
+                LargestInPool.store(header->Capacity, std::memory_order_relaxed);
+            }
             return;
         }
     }

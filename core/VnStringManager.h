@@ -187,11 +187,14 @@ private:
     VnCriticalSection Lock;                ///< guards the pool
     wchar_t* Empty = nullptr;              ///< characters of the shared empty text
     VnStringHeader* Pool[kPoolSlots] = {}; ///< free blocks; null is an empty slot
-    /// Occupied slots. Written under the lock; a look at an empty or a full pool needs none.
+    /// Occupied slots. Written under the lock; a look at a full pool needs none.
     std::atomic<int32_t> PoolCount{0};
     int32_t PoolCapacities[kPoolSlots] = {}; ///< of the blocks in Pool, -1 for an empty slot
-    uint32_t LowerTable[256] = {};           ///< towlower of 0 to 255
-    uint32_t ClassTable[256] = {};           ///< CharacterClass bits of 0 to 255
+    /// No block in Pool has a larger capacity. Written and looked at as PoolCount: a pool that has
+    /// filled up with small blocks must not be searched for each large one.
+    std::atomic<int32_t> LargestInPool{-1};
+    uint32_t LowerTable[256] = {}; ///< towlower of 0 to 255
+    uint32_t ClassTable[256] = {}; ///< CharacterClass bits of 0 to 255
 
     static inline std::atomic<uint32_t> Mark{0}; ///< kMade once Instance stands
     static inline VnStringGlobals* Instance = nullptr;
