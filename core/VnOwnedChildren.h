@@ -29,6 +29,11 @@ public:
         if (Children == nullptr) {
             Children = new VnOwnedPtrArray<T, false>();
         }
+        // Most nodes have a few children; an array's own steps would give five of them room for 64.
+        const int32_t count = Children->GetCount();
+        if (count == Children->GetCapacity() && count < kSmallCount) {
+            Children->Reserve(count < 1 ? 2 : 2 * count);
+        }
         Children->Add(child);
         return child;
     }
@@ -57,6 +62,10 @@ public:
 
     /// Deletes all children and the array that held them.
     void DeleteChildren();
+
+private:
+    /// Up to here the room for children doubles; from there on it grows by the array's steps.
+    static constexpr int32_t kSmallCount = 64;
 
 protected:
     VnOwnedPtrArray<T, false>* Children = nullptr; ///< null until there is a child

@@ -23,6 +23,26 @@ Item* Append(Item* parent, Item* item) {
     return parent->AddChild(item);
 }
 
+/// The last tag of each type. A document repeats the same few, and equal ones share their text.
+class CTags {
+public:
+    explicit CTags(const VnString& text) : Text(text) {}
+
+    const VnString& Get(int32_t type, int32_t start, int32_t end) {
+        VnString& last = Last[type];
+        const auto length = static_cast<size_t>(end - start);
+        const std::wstring_view tag(Text.GetText() + start, length);
+        if (std::wstring_view(last.GetText(), static_cast<size_t>(last.GetLength())) != tag) {
+            last = Text.Mid(start, end - start);
+        }
+        return last;
+    }
+
+private:
+    const VnString& Text;
+    VnString Last[CHTMLTree::kCell + 1];
+};
+
 /// Takes the items of `removed` out of the children of `parent`; they are the caller's now. The
 /// list is put together anew, as taking one item at a time out of a long one moves what is left
 /// each time.
@@ -67,6 +87,8 @@ void CHTMLTree::ParseBlocks(const VnString& text, CItem* parent) {
         int32_t End;
     };
     CHTMLBlocks blocks(text);
+    CTags startTags(text);
+    CTags endTags(text);
     std::vector<COpenBlock> open{{parent, text.GetLength(), text.GetLength()}};
     int32_t at = 0;
     while (!open.empty()) {
@@ -81,17 +103,17 @@ void CHTMLTree::ParseBlocks(const VnString& text, CItem* parent) {
             open.pop_back();
             at = current.End;
             if (!open.empty()) {
+                const int32_t type = current.Start->Type;
                 Append(open.back().Start,
-                       new CItem(current.Start->Type,
-                                 text.Mid(current.ContentEnd, current.End - current.ContentEnd),
-                                 kEnd));
+                       new CItem(type, endTags.Get(type, current.ContentEnd, current.End), kEnd));
             }
         } else if (CHTMLBlocks::HasContent(block.Type)) {
             const int32_t contentStart = text.Find(L'>', block.Start) + 1;
             const int32_t lastTag = text.ReverseFind(L'<', block.End - 1);
-            CItem* const start = Append(
-                current.Start,
-                new CItem(block.Type, text.Mid(block.Start, contentStart - block.Start), kStart));
+            CItem* const start =
+                Append(current.Start,
+                       new CItem(block.Type, startTags.Get(block.Type, block.Start, contentStart),
+                                 kStart));
             open.push_back({start, lastTag < contentStart ? block.End : lastTag, block.End});
             at = contentStart;
         } else {

@@ -5,6 +5,7 @@
 #include "core/VnString.h"
 
 #include <cstdint>
+#include <utility>
 
 class VnStringArray;
 
@@ -44,9 +45,9 @@ public:
     class CItem : public VnOwnedChildren<CItem> {
     public:
         CItem() = default;
-        CItem(int32_t type, const VnString& text, uint32_t flags)
+        CItem(int32_t type, VnString text, uint32_t flags)
             : Type(type)
-            , Text(text)
+            , Text(std::move(text))
             , Flags(flags) {}
         virtual ~CItem() = default;
 
