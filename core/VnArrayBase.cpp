@@ -1,5 +1,7 @@
 #include "core/VnArrayBase.h"
 
+#include "runtime/VnHugePages.h"
+
 #include <cstring>
 #include <limits>
 #include <new>
@@ -43,6 +45,7 @@ void* VnArrayBase::Grow(
     const auto size = static_cast<size_t>(elementSize);
     auto* grown =
         static_cast<unsigned char*>(::operator new[](size* static_cast<size_t>(capacity)));
+    VnAdviseHugePages(grown, size * static_cast<size_t>(capacity));
     const size_t used = size * static_cast<size_t>(Count);
     if (keep && used > 0) {
         std::memcpy(grown, data, used);

@@ -1,6 +1,7 @@
 #include "core/VnBuffer.h"
 
 #include "core/VnStringDetail.h"
+#include "runtime/VnHugePages.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -68,6 +69,7 @@ void VnBuffer::Grow(int64_t needed, int64_t growStep) {
         wanted = std::max(needed, AllocatedSize + AllocatedSize / 2);
     }
     auto* grown = new uint8_t[static_cast<std::size_t>(wanted)];
+    VnAdviseHugePages(grown, static_cast<std::size_t>(wanted));
     if (UsedSize > 0) {
         std::memcpy(grown, Data, static_cast<std::size_t>(UsedSize));
     }

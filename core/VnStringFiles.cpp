@@ -31,6 +31,10 @@ void AppendUTF8(const VnString& text, VnBuffer& bytes) {
         std::replace_if(buffer, buffer + text.GetLength(), IsRawByte, L'?');
         clean.ReleaseBuffer(text.GetLength());
     }
+    if (bytes.IsEmpty()) {
+        clean.GetUTF8(bytes);
+        return;
+    }
     VnBuffer encoded;
     clean.GetUTF8(encoded);
     bytes.Append(encoded.GetData(), encoded.GetSize());

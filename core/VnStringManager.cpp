@@ -1,5 +1,7 @@
 #include "core/VnStringManager.h"
 
+#include "runtime/VnHugePages.h"
+
 #include <algorithm>
 #include <clocale>
 #include <cstddef>
@@ -19,6 +21,7 @@ VnStringHeader* NewBlock(int32_t capacity, IVnStringManager* manager) {
     const std::size_t bytes =
         sizeof(VnStringHeader) + static_cast<std::size_t>(capacity) * sizeof(wchar_t);
     auto* header = new (new std::byte[bytes]) VnStringHeader;
+    VnAdviseHugePages(header, bytes);
     header->Manager = manager;
     header->Capacity = capacity;
     return header;

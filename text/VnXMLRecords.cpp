@@ -1,3 +1,4 @@
+#include "runtime/VnHugePages.h"
 #include "text/VnXMLDocument.h"
 #include "text/VnXMLSavedPositions.h"
 #include "text/VnXMLScanner.h"
@@ -109,6 +110,7 @@ void VnXMLDocument::ResizeSegment(int32_t segment, int32_t count, int32_t used) 
         SegmentCapacity = capacity;
     }
     auto records = std::make_unique_for_overwrite<CRecord[]>(static_cast<size_t>(count));
+    VnAdviseHugePages(records.get(), static_cast<size_t>(count) * sizeof(CRecord));
     std::copy_n(Segments[segment].get(), used, records.get());
     Segments[segment] = std::move(records);
 }
