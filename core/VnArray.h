@@ -36,7 +36,14 @@ public:
     }
 
     /// Adds `value` at the end and returns its index.
-    int32_t Add(ARG value) { return InsertAt(this->Base.Count, value); }
+    int32_t Add(ARG value) {
+        const int32_t index = this->Base.Count;
+        if (index == this->Base.Capacity) {
+            return InsertAt(index, value);
+        }
+        this->SetElement(index, value, /*releaseOld=*/false);
+        return this->Base.Count++;
+    }
 
     /// Inserts `value` ahead of the element at `index`, which is clamped to 0 to the count. Returns
     /// the index at which the value stands.
