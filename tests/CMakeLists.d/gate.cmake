@@ -40,7 +40,7 @@ vn_add_test(runtime/VnSiblingModulesTest.cpp DEPENDS ${VN_TEST_MODULES})
 # Programs in which single calls of the system fail: support/FailingCalls.h has a wrapper for each of these.
 set(VN_FAILING_CALLS open fcntl ioctl read write close pclose lseek fallocate ftruncate fdatasync fchdir fstat stat
     lstat fstatat statvfs unlink rename mkdir utimes chdir getcwd realpath readlink opendir readdir getdents64 fopen
-    fdopen ferror popen system fork socket getifaddrs shm_open mmap)
+    fdopen ferror popen system fork socket getifaddrs shm_open shm_unlink mmap munmap dlopen uname setenv nanosleep)
 function(vn_fail_calls target)
     target_sources(${target} PRIVATE support/FailingCalls.cpp)
     foreach(call IN LISTS VN_FAILING_CALLS)

@@ -7,10 +7,12 @@
 #include "files/VnFileSystem.h"
 #include "files/VnFilename.h"
 #include "runtime/IVnToolsRoot.h"
+#include "runtime/VnLoadLibrary.h"
 #include "runtime/VnLog.h"
 #include "runtime/VnRunProgram.h"
 #include "runtime/VnSharedMemory.h"
 #include "runtime/VnSiblingModules.h"
+#include "runtime/VnTimer.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/TestText.h"
@@ -18,6 +20,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -347,6 +350,18 @@ TEST(Faults, OfSingleQuestionsGiveTheNeutralAnswer) {
         return int64_t{VnFileSystem::GetVolumeName(L"/dev/null").GetLength()};
     };
     const auto address = length(VnFileSystem::GetFirstMacAddressUnconditionally);
+    const auto setEnvironment = [](const CPlace&) {
+        return VnFileSystem::SetEnvironment(L"VELNOR_FAULT", L"x") ? 1 : 0;
+    };
+    const auto sleep = [](const CPlace&) {
+        const int64_t start = VnTimer::GetNowNS();
+        VnSleep(20);
+        return VnTimer::GetNowNS() - start >= 20'000'000 ? 1 : 0;
+    };
+    const auto load = [](const CPlace&) {
+        VnLoadLibrary library;
+        return library.Load(VnFileSystem::GetExecutableFilename(), 0) || library.IsLoaded() ? 1 : 0;
+    };
     std::vector<FaultCase> cases = {
         {"record", "stat", EACCES, info, 0},
         {"kind", "stat", EACCES, isFile, 0},
@@ -365,6 +380,10 @@ TEST(Faults, OfSingleQuestionsGiveTheNeutralAnswer) {
         {"executable", "readlink", EACCES, length(VnFileSystem::GetExecutableFilename), 0},
         {"real path", "realpath", ELOOP, realPath, 0},
         {"label", "opendir", EACCES, label, 0},
+        {"computer", "uname", EFAULT, length(VnFileSystem::GetComputerName), 0},
+        {"environment", "setenv", ENOMEM, setEnvironment, 0},
+        {"sleep under a signal", "nanosleep", EINTR, sleep, 1},
+        {"module", "dlopen", ENOMEM, load, 0},
         {"address, socket", "socket", EMFILE, address, 0, kUntouched, "Can't create socket"},
         {"address, list", "getifaddrs", ENOMEM, address, 0, kUntouched, "getifaddrs failure"},
     };
@@ -434,7 +453,10 @@ TEST(Faults, OfProgramsAndSharedMemoryReachTheCaller) {
         {"share, length again", "ftruncate", EINTR, share, 1},
         {"share, no mapping", "mmap", ENOMEM, share, 0},
         {"share another's", "shm_open", EMFILE, shareAnothers, 1, kUntouched, "", 3},
+        {"share, still mapped", "munmap", EINVAL, share, 1},
+        {"share, name stays", "shm_unlink", EACCES, share, 1},
     });
+    shm_unlink(ToBytes(L"/" + name).c_str());
     EXPECT_FALSE(exists());
 }
 

@@ -8,12 +8,14 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/time.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 
 namespace {
@@ -304,5 +306,37 @@ int __wrap_shm_open(const char* name, int flags, mode_t mode) {
 void* __real_mmap(void* at, size_t size, int access, int flags, int descriptor, off_t offset);
 void* __wrap_mmap(void* at, size_t size, int access, int flags, int descriptor, off_t offset) {
     return Call("mmap", MAP_FAILED, __real_mmap, at, size, access, flags, descriptor, offset);
+}
+
+/// Gives the mapping back even when it fails.
+int __real_munmap(void* at, size_t size);
+int __wrap_munmap(void* at, size_t size) {
+    const int result = __real_munmap(at, size);
+    return Fails("munmap") ? -1 : result;
+}
+
+int __real_shm_unlink(const char* name);
+int __wrap_shm_unlink(const char* name) {
+    return Call("shm_unlink", -1, __real_shm_unlink, name);
+}
+
+void* __real_dlopen(const char* path, int flags);
+void* __wrap_dlopen(const char* path, int flags) {
+    return Call<void*>("dlopen", nullptr, __real_dlopen, path, flags);
+}
+
+int __real_uname(utsname* names);
+int __wrap_uname(utsname* names) {
+    return Call("uname", -1, __real_uname, names);
+}
+
+int __real_setenv(const char* name, const char* value, int overwrite);
+int __wrap_setenv(const char* name, const char* value, int overwrite) {
+    return Call("setenv", -1, __real_setenv, name, value, overwrite);
+}
+
+int __real_nanosleep(const timespec* time, timespec* rest);
+int __wrap_nanosleep(const timespec* time, timespec* rest) {
+    return Call("nanosleep", -1, __real_nanosleep, time, rest);
 }
 }
