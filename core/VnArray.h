@@ -37,11 +37,10 @@ public:
 
     /// Adds `value` at the end and returns its index.
     int32_t Add(ARG value) {
-        const int32_t index = this->Base.Count;
-        if (index == this->Base.Capacity) {
-            return InsertAt(index, value);
+        if (this->Base.Count == this->Base.Capacity) {
+            return InsertAt(this->Base.Count, value);
         }
-        this->SetElement(index, value, /*releaseOld=*/false);
+        this->SetElement(this->Base.Count, value, /*releaseOld=*/false);
         return this->Base.Count++;
     }
 
@@ -73,8 +72,10 @@ public:
 template<typename T, typename ARG, bool PLAIN>
 int32_t VnArray<T, ARG, PLAIN>::InsertAt(int32_t index, ARG value) {
     index = std::clamp(index, 0, this->Base.Count);
-    const bool moves = index < this->Base.Count || this->Base.Count == this->Base.Capacity;
-    if (std::is_reference_v<ARG> && moves) {
+    if (index == this->Base.Count && index < this->Base.Capacity) {
+        return Add(value);
+    }
+    if constexpr (std::is_reference_v<ARG>) {
         // The value may be an element of this array, which is about to change its place.
         const T copy(value);
         this->OpenGap(index, 1);
@@ -92,8 +93,8 @@ void VnArray<T, ARG, PLAIN>::Append(const VnArray& other) {
     // Exact room suits a copy; an array that is appended to again and again grows by its steps.
     this->Reserve(this->Base.GetCountWith(added), /*exact=*/this->IsEmpty());
     for (int32_t index = 0; index < added; ++index) {
+        this->SetElement(this->Base.Count, other.Data[index], /*releaseOld=*/false);
         ++this->Base.Count;
-        this->SetElement(this->Base.Count - 1, other.Data[index], /*releaseOld=*/false);
     }
 }
 

@@ -6,7 +6,7 @@
 ///
 /// Those of integers refuse, with false and nothing written, a base out of range and a buffer with
 /// fewer than 8 free places. A buffer that ends early is filled up and its last place becomes "?".
-/// No terminator is written. `flags` are those of VnString::NumberFlags; 0 prints "0".
+/// No terminator is written. Their `flags` are those of VnString::NumberFlags; 0 prints "0".
 class VnNumberText {
 public:
     VnNumberText() = delete;
@@ -36,8 +36,9 @@ public:
     /// Places that the writer of a floating-point number needs behind `position`.
     static constexpr int32_t kDoubleRoom = 192;
 
-    /// Writes `value` as VnString::SetDouble does. False, with nothing written, for what takes more
-    /// than kDoubleRoom places or is not finite. (In VnStringNumberText.cpp.)
+    /// Writes `value` as VnString::SetDouble does, with its flags. False, with nothing written, for
+    /// a value that is not finite, an integer part beyond 64 bits and more than 64 digits of it.
+    /// (In VnStringNumberText.cpp.)
     static bool WriteDouble(wchar_t* buffer,
                             int32_t& position,
                             double value,

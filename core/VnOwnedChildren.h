@@ -3,6 +3,7 @@
 #include "core/VnOwnedPtrArray.h"
 
 #include <cstdint>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -25,7 +26,11 @@ public:
     }
 
     /// Adds `child` at the end, takes it over and returns it.
-    T* AddChild(T* child) {
+    T* AddChild(T* child) { return InsertChild(GetChildCount(), child); }
+
+    /// Inserts `child` ahead of the child at `index` (clamped), takes it over and returns it.
+    T* InsertChild(int32_t index, T* child) {
+        std::unique_ptr<T> owned(child); // there may be no memory for its place
         if (Children == nullptr) {
             Children = new VnOwnedPtrArray<T, false>();
         }
@@ -34,17 +39,8 @@ public:
         if (count == Children->GetCapacity() && count < kSmallCount) {
             Children->Reserve(count < 1 ? 2 : 2 * count);
         }
-        Children->Add(child);
-        return child;
-    }
-
-    /// Inserts `child` ahead of the child at `index` (clamped), takes it over and returns it.
-    T* InsertChild(int32_t index, T* child) {
-        if (Children == nullptr) {
-            return AddChild(child);
-        }
         Children->InsertAt(index, child);
-        return child;
+        return owned.release();
     }
 
     /// Index of `child` among the children; -1 when it is none of them.

@@ -6,12 +6,16 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 namespace {
 
 // The alphabet of RFC 4648, section 4.
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// Lines are put together in registers.
+static_assert(std::endian::native == std::endian::little);
 
 /// The two digits of 12 bits, the first one in the low byte.
 constexpr std::array<uint16_t, 4096> kDigitPairs = [] {

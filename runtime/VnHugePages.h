@@ -6,8 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Asks for huge pages behind a block that was just allocated and is about to be filled. Filling
-/// memory for the first time costs several times as much by small pages: a fault for each 4 KiB.
+/// Asks for huge pages behind a block that was just allocated, to be filled. Filling memory for the
+/// first time costs several times as much by small pages: a fault for each 4 KiB. What is left
+/// empty at the block's end may take up to 2 MiB more.
 ///
 /// This is advice: small blocks are left alone, a refusal changes nothing, and errno stays. The
 /// pages that the block's ends lie on may belong to neighbours, whom it does no harm.

@@ -14,13 +14,15 @@ using Item = CHTMLTree::CItem;
 
 /// Adds `item` behind the children of `parent`, which owns it from now on.
 Item* Append(Item* parent, Item* item) {
+    Item* const last = parent->GetChild(parent->GetChildCount() - 1);
+    parent->AddChild(item);
     item->Parent = parent;
-    item->Previous = parent->GetChild(parent->GetChildCount() - 1);
+    item->Previous = last;
     item->Next = nullptr;
-    if (item->Previous != nullptr) {
-        item->Previous->Next = item;
+    if (last != nullptr) {
+        last->Next = item;
     }
-    return parent->AddChild(item);
+    return item;
 }
 
 /// The last tag of each type. A document repeats the same few, and equal ones share their text.
