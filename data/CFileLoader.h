@@ -240,7 +240,8 @@ private:
     bool DecodeBuffer(VnBuffer& buffer);
     bool DecodeFile(const VnFilename& file);
     int64_t GetDecodedLimit() const;
-    void BeginLoad();
+    bool IsTarget(const void* target) const;
+    void BeginLoad(const CTransfer& transfer);
     void EndLoad();
     void OpenDialog(const VnFilename& source);
     VnString ReaderProperty(const wchar_t* name) const;
@@ -277,9 +278,10 @@ private:
     VnString AllHeaders;
     VnString StatusCode;
 
-    mutable VnCriticalSection Lock;    ///< guards Reader and the link to the cancel source
+    mutable VnCriticalSection Lock;    ///< guards Reader, Current and the link to the cancel source
     std::unique_ptr<IVnReader> Reader; ///< of the running load
-    VnString ShownTitle;               ///< of the dialog of the running load
-    IVnWaitDialog* Dialog = nullptr;   ///< of the running load; ends with its Close
+    const CTransfer* Current = nullptr; ///< the running load; null when there is none
+    VnString ShownTitle;                ///< of the dialog of the running load
+    IVnWaitDialog* Dialog = nullptr;    ///< of the running load; ends with its Close
     std::atomic<bool> Running{false};
 };

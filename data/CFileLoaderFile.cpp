@@ -169,6 +169,9 @@ double CFileLoader::PrepareConditional(const VnFilename& destination) {
 
 bool CFileLoader::LoadToFile(const VnFilename& source, VnFilename& destination, FileMode mode) {
     if (Running.load()) {
+        if (!IsTarget(&destination)) {
+            destination.Filename.Empty();
+        }
         return false;
     }
     if (mode == LoadMakeUnique) {
@@ -192,6 +195,7 @@ bool CFileLoader::LoadToFile(const VnFilename& source, VnFilename& destination, 
     StatusCode.Empty(); // the status of an earlier load says nothing about this one
     if (writer == nullptr) {
         created = false;
+        SetRequest(nullptr, nullptr, 0, false);
     } else {
         loaded = Load(source, nullptr, writer.get(), &destination, created, date);
         writer.reset();

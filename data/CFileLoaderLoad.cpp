@@ -22,6 +22,13 @@ constexpr wchar_t kRangeStart[] = L"RANGE_START";
 /// takes no memory before it is filled.
 constexpr int64_t kLargestClaim = int64_t{1} << 30;
 
+/// Two dates come to their serials in different ways: less than half a second apart, they are the
+/// same.
+bool IsNoLater(double serial, double other) {
+    constexpr double kSecondsPerDay = 86400.0;
+    return (serial - other) * kSecondsPerDay < 0.5;
+}
+
 } // namespace
 
 bool CFileLoader::Load(const VnFilename& source,
@@ -32,20 +39,26 @@ bool CFileLoader::Load(const VnFilename& source,
                        double date) {
     const bool create = created;
     created = false;
-    if ((CancelSource != &OwnCancel && CancelSource->IsCancelled()) || Running.exchange(true)) {
+    if (Running.exchange(true)) {
+        if (buffer != nullptr && !IsTarget(buffer)) {
+            buffer->Empty();
+        }
         return false;
     }
-    BeginLoad();
     CTransfer transfer(source, buffer, writer, destination, created, date);
     transfer.Create = create;
     if (buffer != nullptr) {
         buffer->Empty();
     }
-    OpenDialog(source);
-    const bool loaded = RunLoad(transfer);
-    if (Dialog != nullptr) {
-        Dialog->Close();
-        Dialog = nullptr;
+    bool loaded = false;
+    if (CancelSource == &OwnCancel || !CancelSource->IsCancelled()) {
+        BeginLoad(transfer);
+        OpenDialog(source);
+        loaded = RunLoad(transfer);
+        if (Dialog != nullptr) {
+            Dialog->Close();
+            Dialog = nullptr;
+        }
     }
     if (!loaded && buffer != nullptr) {
         buffer->Empty();
@@ -66,9 +79,16 @@ bool CFileLoader::RunLoad(CTransfer& transfer) {
     }
 }
 
-void CFileLoader::BeginLoad() {
+/// Whether the running load fills this buffer or file, which then is not for others to empty.
+bool CFileLoader::IsTarget(const void* target) const {
+    const VnCriticalSectionLock guard(Lock);
+    return Current != nullptr && (target == Current->Buffer || target == Current->Destination);
+}
+
+void CFileLoader::BeginLoad(const CTransfer& transfer) {
     {
         const VnCriticalSectionLock guard(Lock);
+        Current = &transfer;
         Reader.reset();
         OwnCancel.Cancelled.store(false);
     }
@@ -82,6 +102,7 @@ void CFileLoader::BeginLoad() {
 void CFileLoader::EndLoad() {
     {
         const VnCriticalSectionLock guard(Lock);
+        Current = nullptr;
         Reader.reset();
     }
     CancelSource->Unlink(this);
@@ -181,7 +202,7 @@ bool CFileLoader::IsUnmodified(const CTransfer& transfer) {
     VnDate modified;
     return transfer.Date != 0.0 && transfer.Destination != nullptr
            && modified.ParseText(GetResponseHeader(L"Last-Modified"))
-           && modified.GetSerial() <= transfer.Date
+           && IsNoLater(modified.GetSerial(), transfer.Date)
            && Reader->GetLength() == transfer.Destination->GetFileSize(false);
 }
 

@@ -1,6 +1,6 @@
 #include "data/VnDate.h"
 
-#include "core/VnString.h"
+#include "core/VnStringArray.h"
 #include "data/VnDateService.h"
 #include "runtime/VnTimer.h"
 
@@ -327,19 +327,11 @@ bool VnDate::ParseText(const wchar_t* text, bool flag) {
 
 double VnDate::ParseDurationText(const wchar_t* text) {
     constexpr int32_t kMostPieces = 3;
-    const VnString all(text);
-    double pieces[kMostPieces] = {};
-    int32_t count = 0;
-    int32_t start = 0;
-    while (count < kMostPieces && start <= all.GetLength()) {
-        const int32_t colon = all.Find(L':', start);
-        const int32_t end = colon < 0 ? all.GetLength() : colon;
-        pieces[count++] = all.Mid(start, end - start).ToDouble();
-        start = end + 1;
-    }
+    VnStringArray pieces;
+    pieces.Split(text, L":");
     double seconds = 0;
-    for (int32_t i = 0; i < count; ++i) {
-        seconds = seconds * 60 + pieces[i];
+    for (int32_t i = 0; i < std::min(pieces.GetCount(), kMostPieces); ++i) {
+        seconds = seconds * 60 + pieces[i].ToDouble();
     }
     return seconds;
 }

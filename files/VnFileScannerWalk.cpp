@@ -260,7 +260,7 @@ void VnFileScanner::CWalk::ReadEntry(CListing& listing, int descriptor, const di
         if (found && (record.st_mode & Scanner.ExcludeModeBits) != 0) {
             return;
         }
-        size = found ? int64_t{record.st_size} : -1;
+        size = needsSize ? (found ? int64_t{record.st_size} : -1) : 0;
         isDirectory = found ? S_ISDIR(record.st_mode) : isDirectory;
     }
     if (isDirectory ? wantsDirectory : wantsFile) {

@@ -117,7 +117,9 @@ bool MoveFile(const VnString& source, const VnString& destination) {
 
 bool CopyFile(const VnString& source, const VnString& destination, bool failIfExists) {
     // Asked by the text as it stands: FileExists would take what follows a ";" for no part of it.
-    if (source.IsEmpty() || destination.IsEmpty() || (failIfExists && IsFile(destination))) {
+    struct stat record {};
+    if (source.IsEmpty() || destination.IsEmpty()
+        || (failIfExists && GetStat(destination, record))) {
         return false;
     }
     return RunShellLine(L"cp -f %s %s", source, destination);
@@ -191,8 +193,9 @@ bool SafeReplaceFile(const VnString& target,
                      bool deleteReplacementOnFailure) {
     bool result = GetFileSize(replacement, /*allowRemote=*/true) >= minimumSize;
     if (result) {
-        result = FileExists(target) ? ReplaceExistingFile(target, replacement)
-                                    : MoveToFreeName(target, replacement);
+        // As in CopyFile, what follows a ";" is a part of the name.
+        result = IsFile(target) ? ReplaceExistingFile(target, replacement)
+                                : MoveToFreeName(target, replacement);
     }
     if (!result && deleteReplacementOnFailure) {
         DeleteFile(replacement);

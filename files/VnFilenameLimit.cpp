@@ -21,11 +21,15 @@ void Cut(VnString& text, int32_t length) {
 void ShortenDirectory(VnString& directory, int32_t excess, int32_t minimumSegment) {
     VnStringArray segments;
     segments.Split(directory, L"\\");
+    const int32_t wanted = excess;
     for (int32_t index = segments.GetCount() - 1; index >= 0 && excess > 0; --index) {
         const int32_t length = segments[index].GetLength();
         const int32_t kept = std::min(std::max(length - excess, minimumSegment), length);
         Cut(segments[index], kept);
         excess -= length - kept;
+    }
+    if (excess == wanted) {
+        return; // no segment may give anything
     }
     directory = segments.Join(L"\\");
     VnFilename::SetTrailingSeparator(directory, L'/', /*keepDoubleRoot=*/false);

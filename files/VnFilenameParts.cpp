@@ -135,7 +135,8 @@ VnString VnFilename::GetHost() const {
 int32_t VnFilename::GetPort(bool useDefault) const {
     int32_t port = 0;
     Split({.Port = &port});
-    return useDefault && port <= 0 ? GetDefaultPort(GetURLScheme()) : port;
+    const int32_t standard = useDefault && port <= 0 ? GetDefaultPort(GetURLScheme()) : 0;
+    return standard > 0 ? standard : port;
 }
 
 VnString VnFilename::GetHostAndPort(bool useDefault) const {

@@ -34,7 +34,10 @@ int64_t VnFilename::GetFileSize(bool allowRemote) const {
     if (GetIsFileRemote()) {
         return allowRemote ? GetRemoteSize(*this) : -1;
     }
-    return VnFileInfo(Filename).GetSize();
+    // Of the file that Exists looks for: parsed once more, a name with a ";" would be another.
+    const VnString path = GetLocalPath();
+    struct stat record {};
+    return stat(VnStringUTF8(path), &record) == 0 ? VnFileInfo(path, &record).GetSize() : -1;
 }
 
 bool VnFilename::Exists(bool useToolsModule, int32_t toolsOption) const {

@@ -27,9 +27,7 @@ set_target_properties(VersionModule PROPERTIES
 vn_add_test(files/VnFileSystemNamesTest.cpp DEPENDS VnTools)
 # The leak sanitizer of gcc 12 crashes in its scan of thread-local storage behind one of these tests.
 vn_add_test(files/VnFileSystemOperationsTest.cpp DEPENDS VnTools ENVIRONMENT LSAN_OPTIONS=use_tls=0)
-vn_add_test(files/VnFileSystemPruneTest.cpp DEPENDS VnTools)
 vn_add_test(files/VnFileSystemTreesTest.cpp DEPENDS VnTools)
-vn_add_test(files/VnMoveCopyDirectoryTest.cpp DEPENDS VnTools)
 vn_add_test(plugin/ExportsTest.cpp DEPENDS VnPortableDrives VnTools VnReader ${VN_TEST_MODULES})
 vn_add_test(plugin/VnAppTest.cpp LAYERS drive plugin)
 vn_add_test(runtime/CProcessInfoTest.cpp)

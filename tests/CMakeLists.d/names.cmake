@@ -1,10 +1,8 @@
 vn_add_test(files/VnFileSystemDirectoriesTest.cpp DEPENDS VnTools)
 vn_add_test(files/VnFileSystemVolumesTest.cpp DEPENDS VnReader)
-vn_add_test(files/VnFilenameClassesTest.cpp)
 vn_add_test(files/VnFilenameMimeTypeTest.cpp DEPENDS VnTools VnReader HTTPServer)
 vn_add_test(files/VnFilenameSplitTest.cpp)
-vn_add_test(files/VnFilenameStateTest.cpp DEPENDS VnTools VnReader)
-vn_add_test(files/VnFilenameTest.cpp)
+vn_add_test(files/VnFilenameTest.cpp DEPENDS VnTools VnReader)
 vn_add_test(files/VnResourceFilesTest.cpp DEPENDS VnTools)
 vn_add_test(files/VnURLTest.cpp)
 

@@ -44,7 +44,6 @@ TEST(VnFileSystemDirectories, LieBelowTheInstallDirectory) {
     EXPECT_EQ(ToBytes(VnFileSystem::GetDirectoryPlugins()), "/opt/program/Plugins/");
     EXPECT_EQ(ToBytes(VnFileSystem::GetDirectoryData(false)), "/opt/program/Data/");
     EXPECT_EQ(ToBytes(VnFileSystem::GetDirectoryData(true)), "/srv/data/Data/");
-    EXPECT_EQ(ToBytes(VnFileSystem::GetDirectoryProcessData()), "/srv/data/");
     EXPECT_EQ(ToBytes(VnFileSystem::GetDirectorySkins(true)), "/opt/program/Skins/");
     EXPECT_EQ(ToBytes(VnFileSystem::GetDirectorySkinsFolder(L"View", true)),
               "/opt/program/Skins/View/");

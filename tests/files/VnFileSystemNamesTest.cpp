@@ -1,16 +1,17 @@
 #include "files/VnFileSystem.h"
 
 #include "tests/support/TestEnvironment.h"
-#include "tests/support/TestText.h"
+#include "tests/support/TextRows.h"
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
-#include <clocale>
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -19,30 +20,21 @@ TEST(FileSystemFreeNames, NumberWhatIsTaken) {
     for (const char* name : {"Song.MP3", "Song (1).MP3", "plain", "a(2).x", "d/x", "d (1)/x"}) {
         folder.Write(name, "");
     }
-    struct {
-        const char* Name;
-        const char* Free;
-    } const files[] = {
+    constexpr const char* kFiles[][2] = {
         {"new.mp3", "new.mp3"},
         {"Song.MP3", "Song (2).MP3"},
         {"plain", "plain (1)"},
         {"a(2).x", "a(3).x"},
     };
-    for (const auto& row : files) {
-        EXPECT_EQ(ToBytes(VnFileSystem::GetFreeFilename(ToText(folder / row.Name))),
-                  folder / row.Free);
+    for (const auto& [name, free] : kFiles) {
+        EXPECT_EQ(ToBytes(VnFileSystem::GetFreeFilename(ToText(folder / name))), folder / free);
     }
-    struct {
-        std::string Name;
-        std::string Free;
-    } const directories[] = {
-        {folder / "new", folder / "new/"},  {folder / "d", folder / "d (2)/"},
-        {folder / "d/", folder / "d (2)/"}, {folder / "d\\\\", folder / "d (2)/"},
-        {"no slash", "no slash/"},
-    };
-    for (const auto& row : directories) {
-        EXPECT_EQ(ToBytes(VnFileSystem::GetFreeDirectory(ToText(row.Name))), row.Free);
+    constexpr const char* kDirectories[][2] = {
+        {"new", "new/"}, {"d", "d (2)/"}, {"d/", "d (2)/"}, {"d\\\\", "d (2)/"}};
+    for (const auto& [name, free] : kDirectories) {
+        EXPECT_EQ(ToBytes(VnFileSystem::GetFreeDirectory(ToText(folder / name))), folder / free);
     }
+    EXPECT_EQ(ToBytes(VnFileSystem::GetFreeDirectory(L"no slash")), "no slash/");
 }
 
 TEST(FileSystemTempNames, AreBuiltFromTheirParts) {
@@ -75,57 +67,28 @@ TEST(FileSystemTempNames, MakeADirectoryAnew) {
     EXPECT_TRUE(VnFileSystem::IsDirectory(path));
 }
 
-struct CleanCase {
-    const wchar_t* Text;
-    const wchar_t* Clean;
-};
-
 TEST(FileSystemCleanNames, ReplaceWhatADeviceForbids) {
     VnString text = L"a:b/c*d?e\"f<g>h|i\\j\tk\x1fl\x7fm";
     VnFileSystem::ReplaceIllegalCharacters(text, L'-');
     EXPECT_EQ(text, L"a-b-c-d-e-f-g-h-i\\j k l\x7fm");
 
-    constexpr CleanCase kFilenames[] = {
-        {L"", L""},
-        {L"  a.mp3 \t", L"a.mp3"},
-        {L"AC/DC: Live?", L"AC-DC_ Live_"},
-        {L".hidden", L"-hidden"},
-        {L"...", L"-.."},
-        {L"/", L"-"},
-    };
-    for (const CleanCase& row : kFilenames) {
-        VnString name = row.Text;
-        VnFileSystem::CleanFilename(name, L'-');
-        EXPECT_EQ(ToBytes(name), ToBytes(row.Clean));
-    }
+    ExpectChanges({" | ", "  a.mp3 \t | a.mp3", "AC/DC: Live? | AC-DC_ Live_", ".hidden | -hidden",
+                   "... | -..", "/ | -"},
+                  [](VnString& name) { VnFileSystem::CleanFilename(name, L'-'); });
 }
 
-struct PathCase {
-    const wchar_t* Text;
-    bool Segments;
-    bool KeepDots;
-    const wchar_t* Clean;
-};
-
 TEST(FileSystemCleanNames, CleanEachSegmentOfAPath) {
-    constexpr PathCase kPaths[] = {
-        {L" Artist / Album /Song.mp3 ", true, false, L"Artist/Album/Song.mp3"},
-        {L"Artist. /Album.../Song...", true, false, L"Artist/Album/Song..."},
-        {L"A. . ./B", true, false, L"A/B"},
-        {L"Artist. /Album.../x", true, true, L"Artist./Album.../x"},
-        {L"a\\b/c:d?e", true, false, L"a/b/c_d_e"},
-        {L"../x/../y", true, false, L"/x//y"},
-        {L"../x", true, true, L"../x"},
-        {L"/Music//x", true, false, L"/Music//x"},
-        {L"a / b\\c:d", false, false, L"a - b-c_d"},
-        {L"", true, false, L""},
+    const auto expect = [](bool segments, bool keepDots, std::initializer_list<const char*> rows) {
+        ExpectChanges(rows, [&](VnString& path) {
+            VnFileSystem::CleanPathName(path, segments, L'-', /*limitLength=*/true, keepDots);
+        });
     };
-    for (const PathCase& row : kPaths) {
-        SCOPED_TRACE(ToBytes(row.Text));
-        VnString path = row.Text;
-        VnFileSystem::CleanPathName(path, row.Segments, L'-', /*limitLength=*/true, row.KeepDots);
-        EXPECT_EQ(ToBytes(path), ToBytes(row.Clean));
-    }
+    expect(true, false,
+           {" Artist / Album /Song.mp3  | Artist/Album/Song.mp3", "A. . ./B | A/B",
+            "Artist. /Album.../Song... | Artist/Album/Song...", "a\\b/c:d?e | a/b/c_d_e",
+            "../x/../y | /x//y", "/Music//x | /Music//x", " | "});
+    expect(true, true, {"Artist. /Album.../x | Artist./Album.../x", "../x | ../x"});
+    expect(false, false, {"a / b\\c:d | a - b-c_d"});
 }
 
 TEST(FileSystemCleanNames, LimitThePath) {
@@ -133,10 +96,7 @@ TEST(FileSystemCleanNames, LimitThePath) {
          {std::tuple{4088, true, 4088}, std::tuple{4089, true, 4088}, std::tuple{5000, true, 4088},
           std::tuple{5000, false, 5000}}) {
         SCOPED_TRACE(length);
-        VnString path =
-            VnString(std::wstring(static_cast<size_t>(length) - 6, L'a').c_str()) + L"/b.mp3";
-        path.ReplaceFirst(L"a/", L"aa/");
-        path.RemoveLeft(1);
+        VnString path = ToText(std::string(static_cast<size_t>(length) - 6, 'a') + "/b.mp3");
         ASSERT_EQ(path.GetLength(), length);
         VnFileSystem::CleanPathName(path, true, L'_', limit, false);
         EXPECT_EQ(path.GetLength(), cleaned);
@@ -169,10 +129,7 @@ TEST(FileSystemCleanNames, ShortenTheNameAheadOfItsExtension) {
 }
 
 TEST(FileSystemSizes, AreWrittenForPeople) {
-    struct {
-        int64_t Bytes;
-        const wchar_t* Text;
-    } const cases[] = {
+    constexpr std::pair<int64_t, const wchar_t*> kCases[] = {
         {0, L"0 bytes"},
         {1, L"1 bytes"},
         {-5, L"-5 bytes"},
@@ -190,16 +147,13 @@ TEST(FileSystemSizes, AreWrittenForPeople) {
         {int64_t{3} << 60, L"3072 PB"},
         {std::numeric_limits<int64_t>::min(), L"-8192 PB"},
     };
-    for (const auto& row : cases) {
-        EXPECT_EQ(ToBytes(VnFileSystem::FormatSize(row.Bytes)), ToBytes(row.Text));
+    for (const auto& [bytes, text] : kCases) {
+        EXPECT_EQ(ToBytes(VnFileSystem::FormatSize(bytes)), ToBytes(text));
     }
 }
 
 TEST(FileSystemSizes, AreReadBack) {
-    struct {
-        const wchar_t* Text;
-        int64_t Bytes;
-    } const cases[] = {
+    constexpr std::pair<const wchar_t*, int64_t> kCases[] = {
         {L"", 0},
         {L"17", 17},
         {L"1023 bytes", 1023},
@@ -213,9 +167,8 @@ TEST(FileSystemSizes, AreReadBack) {
         {L"99999 PB", std::numeric_limits<int64_t>::max()},
         {L"-99999 PB", std::numeric_limits<int64_t>::min()},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(ToBytes(row.Text));
-        EXPECT_EQ(VnFileSystem::ParseSize(row.Text), row.Bytes);
+    for (const auto& [text, bytes] : kCases) {
+        EXPECT_EQ(VnFileSystem::ParseSize(text), bytes) << ToBytes(text);
     }
 }
 

@@ -27,9 +27,9 @@ namespace {
 using testing::HasSubstr;
 
 /// A folder with files, and the log lines of what is done there.
-class FileSystemTest : public testing::Test {
+class FileSystemFiles : public testing::Test {
 protected:
-    FileSystemTest() {
+    FileSystemFiles() {
         VnGetToolsRoot()->GetLogManager(1);
         Log = std::make_unique<CLogToStringItem>(kLogGeneral);
     }
@@ -71,8 +71,6 @@ const std::vector<std::string> kHardNames = {
     std::string(251, 'n') + ".mp3",
     std::string(254, '\xE9') + "'",
 };
-
-using FileSystemFiles = FileSystemTest;
 
 /// Everything is done with a file and a folder of that name, and the one with the other inside.
 TEST_F(FileSystemFiles, ReachTheirPlaceWhateverTheirName) {
@@ -124,15 +122,12 @@ TEST_F(FileSystemFiles, ReachTheirPlaceWhateverTheirName) {
     EXPECT_EQ(Folder.Read("x.mp3"), "kept");
 }
 
-TEST_F(FileSystemFiles, AreDeletedQuietlyWhenMissing) {
+TEST_F(FileSystemFiles, LeaveALogLineWhenTheyAreThereAndCannotBeDeleted) {
     EXPECT_FALSE(VnFileSystem::DeleteFile(*this / "missing"));
     EXPECT_FALSE(VnFileSystem::DeleteFile(L""));
     std::filesystem::create_directories(Folder / "directory");
     EXPECT_FALSE(VnFileSystem::DeleteFile(*this / "directory"));
     EXPECT_EQ(GetLog(), "");
-}
-
-TEST_F(FileSystemFiles, LeaveALogLineWhenTheyCannotBeDeleted) {
     // Nothing is ever deleted below /proc, not even by root.
     EXPECT_FALSE(VnFileSystem::DeleteFile(L"/proc/self/stat"));
     EXPECT_THAT(GetLog(), HasSubstr("VnFileSystem::DeleteFile"));
@@ -140,8 +135,18 @@ TEST_F(FileSystemFiles, LeaveALogLineWhenTheyCannotBeDeleted) {
                 testing::ContainsRegex("Error [0-9]+ deleting existing file: /proc/self/stat"));
 }
 
-TEST_F(FileSystemFiles, MoveOverAnotherAndAcrossVolumes) {
+TEST_F(FileSystemFiles, GoOverAnotherUnlessAskedNotToAndAcrossVolumes) {
     Folder.Write("a", "new");
+    Folder.Write("b", "old");
+    EXPECT_FALSE(VnFileSystem::CopyFile(*this / "a", *this / "b", /*failIfExists=*/true));
+    EXPECT_EQ(Folder.Read("b"), "old");
+    std::filesystem::create_directory(Folder / "dir");
+    EXPECT_FALSE(VnFileSystem::CopyFile(*this / "a", *this / "dir", /*failIfExists=*/true));
+    EXPECT_FALSE(Folder.Exists("dir/a"));
+    EXPECT_TRUE(VnFileSystem::CopyFile(*this / "a", *this / "b", /*failIfExists=*/false));
+    EXPECT_EQ(Folder.Read("b"), "new");
+    EXPECT_FALSE(VnFileSystem::CopyFile(*this / "missing", *this / "d", /*failIfExists=*/false));
+
     Folder.Write("b", "old");
     EXPECT_TRUE(VnFileSystem::MoveFile(*this / "a", *this / "b"));
     EXPECT_EQ(Folder.Read("b"), "new");
@@ -165,17 +170,6 @@ TEST_F(FileSystemFiles, MoveOverAnotherAndAcrossVolumes) {
     EXPECT_TRUE(VnFileSystem::MoveFile(*this / "b", ToText(target)));
     EXPECT_FALSE(Folder.Exists("b"));
     EXPECT_EQ(unlink(target.c_str()), 0);
-}
-
-TEST_F(FileSystemFiles, KeepTheOneThatIsThereWhenAsked) {
-    Folder.Write("a", "new");
-    Folder.Write("b", "old");
-    EXPECT_FALSE(VnFileSystem::CopyFile(*this / "a", *this / "b", /*failIfExists=*/true));
-    EXPECT_EQ(Folder.Read("b"), "old");
-    EXPECT_TRUE(VnFileSystem::CopyFile(*this / "a", *this / "b", /*failIfExists=*/false));
-    EXPECT_EQ(Folder.Read("b"), "new");
-    EXPECT_TRUE(VnFileSystem::CopyFile(*this / "a", *this / "c", /*failIfExists=*/true));
-    EXPECT_FALSE(VnFileSystem::CopyFile(*this / "missing", *this / "d", /*failIfExists=*/false));
 }
 
 TEST_F(FileSystemFiles, MayHaveRelativePaths) {
@@ -251,6 +245,10 @@ TEST_F(FileSystemFiles, AreReplacedSafely) {
         EXPECT_EQ(Folder.Exists("d/song.mp3.tmp"), row.ReplacementAfter);
         EXPECT_FALSE(Folder.Exists("d/song (1).mp3")) << "nothing is left beside it";
     }
+    Folder.Write("d/new", "new");
+    EXPECT_TRUE(VnFileSystem::SafeReplaceFile(*this / "d/song.mp3;1", *this / "d/new", 1,
+                                              /*deleteReplacementOnFailure=*/true));
+    EXPECT_EQ(Folder.Read("d/song.mp3;1"), "new") << "the name goes on behind the semicolon";
     EXPECT_EQ(GetLog(), "");
 }
 

@@ -1,6 +1,7 @@
 #include "files/VnFileSystem.h"
 
 #include "core/VnStringArray.h"
+#include "files/VnMoveCopyDirectory.h"
 #include "runtime/CProcessInfo.h"
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnLog.h"
@@ -11,8 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
 #include <unistd.h>
+#include <utime.h>
 
 #include <fstream>
 #include <iterator>
@@ -103,24 +104,17 @@ TEST_F(FileSystemTrees, TellWhetherAFileCanBeMade) {
     EXPECT_THAT(List(), IsEmpty());
 }
 
-TEST_F(FileSystemTrees, AreDeletedWithTheirHiddenFiles) {
+TEST_F(FileSystemTrees, AreDeletedWithTheirHiddenFilesAndNotThroughLinks) {
     for (const char* name : {"t/a.mp3", "t/.hidden", "t/sub dir/it's", "t/sub dir/.hidden/x",
-                             "t/-rf", "t/[x]/y", "kept"}) {
+                             "t/-rf", "t/[x]/y", "outside/song.mp3"}) {
         Folder.Write(name, "");
     }
-    EXPECT_TRUE(VnFileSystem::DeleteDirectoryTree(*this / "t/"));
-    EXPECT_THAT(List(), ElementsAre("kept"));
-    EXPECT_TRUE(VnFileSystem::DeleteDirectoryTree(*this / "missing"));
-    EXPECT_FALSE(VnFileSystem::DeleteDirectoryTree(L""));
-}
-
-TEST_F(FileSystemTrees, DoNotReachThroughLinks) {
-    Folder.Write("outside/song.mp3", "");
-    Folder.Write("t/x", "");
     std::filesystem::create_directory_symlink(Folder / "outside", Folder / "t/link");
     std::filesystem::create_symlink(Folder / "outside/song.mp3", Folder / "t/file link");
-    EXPECT_TRUE(VnFileSystem::DeleteDirectoryTree(*this / "t"));
+    EXPECT_TRUE(VnFileSystem::DeleteDirectoryTree(*this / "t/"));
     EXPECT_THAT(List(), ElementsAre("outside/", "outside/song.mp3"));
+    EXPECT_TRUE(VnFileSystem::DeleteDirectoryTree(*this / "missing"));
+    EXPECT_FALSE(VnFileSystem::DeleteDirectoryTree(L""));
 }
 
 TEST_F(FileSystemTrees, KeepWhatTheListsName) {
@@ -211,7 +205,7 @@ TEST_F(FileSystemTrees, AreEmptyWithNothingButThumbnails) {
     EXPECT_FALSE(VnFileSystem::IsDirectoryEmpty(*this / "missing", false, false, true));
 }
 
-struct PruneCase {
+struct BranchCase {
     const char* What;
     const char* Path;
     bool Recursive;
@@ -220,23 +214,16 @@ struct PruneCase {
 };
 
 TEST_F(FileSystemTrees, LoseTheirEmptyBranches) {
-    const PruneCase cases[] = {
+    const std::set<std::string> all = {"a/", "a/b/", "a/b/c/", "a/b/c/Thumbs.db", "a/b/d/", "x"};
+    const BranchCase cases[] = {
         {"one level", "a/b/c/", false, false, {"a/", "a/b/", "a/b/d/", "x"}},
-        {"not empty",
-         "a/b",
-         false,
-         false,
-         {"a/", "a/b/", "a/b/c/", "a/b/c/Thumbs.db", "a/b/d/", "x"}},
+        {"not empty", "a/b", false, false, all},
         {"up to the first that is not", "a/b/c", false, true, {"a/", "a/b/", "a/b/d/", "x"}},
         {"with all below", "a/b", true, false, {"a/", "x"}},
         {"with all below and up", "a/b", true, true, {"x"}},
-        {"missing",
-         "a/missing",
-         true,
-         true,
-         {"a/", "a/b/", "a/b/c/", "a/b/c/Thumbs.db", "a/b/d/", "x"}},
+        {"missing", "a/missing", true, true, all},
     };
-    for (const PruneCase& row : cases) {
+    for (const BranchCase& row : cases) {
         SCOPED_TRACE(row.What);
         std::filesystem::remove_all(Folder / "a");
         Folder.Write("a/b/c/Thumbs.db", "");
@@ -261,6 +248,130 @@ TEST_F(FileSystemTrees, AreNotMadeWithoutTheToolsModule) {
         },
         testing::ExitedWithCode(0), "");
     EXPECT_FALSE(Folder.Exists("new"));
+}
+
+class MoveCopyDirectory : public FileSystemTrees {
+protected:
+    MoveCopyDirectory() {
+        for (const char* name : {"s/a.mp3", "s/sub/b.mp3", "s/sub/deep/c.mp3", "s/z.mp3"}) {
+            Folder.Write(name, name);
+        }
+        std::filesystem::create_directories(Folder / "s/empty");
+    }
+};
+
+const std::set<std::string> kWholeTree = {"a.mp3",     "empty/",         "sub/", "sub/b.mp3",
+                                          "sub/deep/", "sub/deep/c.mp3", "z.mp3"};
+
+TEST_F(MoveCopyDirectory, ListsADirectoryThenItsTreesThenItsFilesAndRunsOnce) {
+    VnMoveCopyDirectory work(*this / "s", *this / "t/", /*recursive=*/true);
+    const std::string root = Folder / "";
+    std::vector<std::string> items;
+    for (const VnMoveCopyDirectory::CItem* item : work) {
+        const std::string type = item->Type == VnMoveCopyDirectory::CItem::kDirectory ? "D " : "F ";
+        items.push_back(type + ToBytes(item->Source).substr(root.size()) + " "
+                        + ToBytes(item->Destination).substr(root.size()));
+    }
+    EXPECT_THAT(items,
+                ElementsAre("D s/ t/", "D s/empty/ t/empty/", "D s/sub/ t/sub/",
+                            "D s/sub/deep/ t/sub/deep/", "F s/sub/deep/c.mp3 t/sub/deep/c.mp3",
+                            "F s/sub/b.mp3 t/sub/b.mp3", "F s/a.mp3 t/a.mp3", "F s/z.mp3 t/z.mp3"));
+    EXPECT_FALSE(Folder.Exists("t")) << "nothing happens before Run";
+    EXPECT_TRUE(work.Run(/*deleteSource=*/false));
+    EXPECT_FALSE(work.Run(/*deleteSource=*/true));
+    EXPECT_EQ(List("t"), kWholeTree);
+    EXPECT_EQ(List("s"), kWholeTree);
+}
+
+TEST_F(MoveCopyDirectory, CopiesOrMovesTheTreeOrItsTop) {
+    EXPECT_TRUE(VnFileSystem::CopyDirectory(*this / "s", *this / "top", /*recursive=*/false));
+    EXPECT_EQ(List("top"), (std::set<std::string>{"a.mp3", "z.mp3"}));
+    EXPECT_TRUE(VnFileSystem::CopyDirectory(*this / "s", *this / "whole", /*recursive=*/true));
+    EXPECT_EQ(List("whole"), kWholeTree);
+    EXPECT_EQ(Folder.Read("whole/sub/deep/c.mp3"), "s/sub/deep/c.mp3");
+
+    EXPECT_TRUE(VnFileSystem::MoveDirectory(*this / "s", *this / "moved top", /*recursive=*/false));
+    EXPECT_EQ(List("s"), (std::set<std::string>{"empty/", "sub/", "sub/b.mp3", "sub/deep/",
+                                                "sub/deep/c.mp3"}));
+    EXPECT_TRUE(VnFileSystem::TransferDirectory(*this / "s", *this / "moved", /*deleteSource=*/true,
+                                                /*recursive=*/true));
+    EXPECT_FALSE(Folder.Exists("s"));
+    EXPECT_TRUE(Folder.Exists("moved/empty"));
+    EXPECT_TRUE(Folder.Exists("moved/sub/deep/c.mp3"));
+}
+
+TEST_F(MoveCopyDirectory, KeepsTheSourceOfWhatDidNotArrive) {
+    std::filesystem::create_directories(Folder / "t/a.mp3/a.mp3");
+    VnMoveCopyDirectory work(*this / "s", *this / "t", /*recursive=*/true);
+    EXPECT_FALSE(work.Run(/*deleteSource=*/true)) << "a directory stands in the place of a file";
+    EXPECT_EQ(List("s"), (std::set<std::string>{"a.mp3"}));
+    EXPECT_TRUE(Folder.Exists("t/sub/deep/c.mp3"));
+    for (const VnMoveCopyDirectory::CItem* item : work) {
+        EXPECT_EQ(item->Done, ToBytes(item->Source) != (Folder / "s/a.mp3"));
+    }
+}
+
+TEST_F(MoveCopyDirectory, NeverDeletesASourceThatIsADestination) {
+    EXPECT_FALSE(VnFileSystem::MoveDirectory(*this / "s", *this / "s", /*recursive=*/true))
+        << "a file is not copied onto itself";
+    EXPECT_EQ(List("s"), kWholeTree);
+
+    // Moving a folder into one of its own: "s/sub/b.mp3" is source and destination.
+    Folder.Write("s/b.mp3", "new");
+    VnFileSystem::MoveDirectory(*this / "s", *this / "s/sub", /*recursive=*/false);
+    EXPECT_EQ(Folder.Read("s/sub/b.mp3"), "new");
+    EXPECT_EQ(Folder.Read("s/sub/a.mp3"), "s/a.mp3");
+    EXPECT_FALSE(Folder.Exists("s/a.mp3"));
+}
+
+TEST_F(MoveCopyDirectory, EntersADirectoryThatHoldsItselfOnce) {
+    std::filesystem::create_directory_symlink("..", Folder / "s/sub/up");
+    VnMoveCopyDirectory work(*this / "s", *this / "t", /*recursive=*/true);
+    EXPECT_EQ(work.GetCount(), 9);
+    EXPECT_TRUE(work.Run(/*deleteSource=*/false));
+    EXPECT_TRUE(Folder.Exists("t/sub/deep/c.mp3"));
+    EXPECT_FALSE(Folder.Exists("t/sub/up/sub"));
+}
+
+/// The names of a hundred files by their age, of which they have no order.
+std::string ByAge(int age) {
+    return std::to_string(age * 37 % 100);
+}
+
+struct PruneCase {
+    int32_t MaximumFiles;
+    int64_t MaximumBytes;
+    int Left;
+};
+
+// The sums of the sizes from the newest on: 10, 30, 60, 100, 150, 210, 280 and so on.
+constexpr PruneCase kCases[] = {
+    {-1, -1, 100}, {0, -1, 0},     {3, -1, 3},   {99, -1, 99}, {100, -1, 100},
+    {-1, 0, 0},    {-1, 9, 0},     {-1, 10, 1},  {-1, 100, 4}, {-1, 149, 4},
+    {-1, 150, 5},  {-1, 1000, 13}, {3, 1000, 3}, {8, 60, 3},   {101, 100000, 100},
+};
+
+TEST(FileSystemPrune, KeepsTheNewestFilesWithinTheLimits) {
+    for (const PruneCase& row : kCases) {
+        SCOPED_TRACE(std::to_string(row.MaximumFiles) + " files, "
+                     + std::to_string(row.MaximumBytes) + " bytes");
+        const TestFolder folder;
+        folder.Write("sub/kept", "");
+        for (int age = 0; age < 100; ++age) {
+            const std::string bytes(static_cast<size_t>(10 * (age + 1)), 'x');
+            const utimbuf times{0, 1'600'000'000 - 60 * age};
+            utime(folder.Write(ByAge(age), bytes).c_str(), &times);
+        }
+        VnFileSystem::PruneOldFilesFromDirectory(ToText(folder / ""), row.MaximumFiles,
+                                                 row.MaximumBytes);
+        for (int age = 0; age < 100; ++age) {
+            EXPECT_EQ(folder.Exists(ByAge(age)), age < row.Left) << age;
+        }
+        EXPECT_TRUE(folder.Exists("sub/kept"));
+        VnFileSystem::PruneOldFilesFromDirectory(ToText(folder / "missing"), 0, 0);
+        EXPECT_FALSE(folder.Exists("missing"));
+    }
+    VnFileSystem::PruneOldFilesFromDirectory(L"", 0, 0);
 }
 
 } // namespace

@@ -150,7 +150,7 @@ TEST(VnFileSystemVolumes, NamesTheMachine) {
     EXPECT_EQ(ToBytes(VnFileSystem::GetComputerName()), name);
 }
 
-TEST(VnFileSystemVolumes, GivesTheAddressOfACardThatIsNoLoopback) {
+TEST(VnFileSystemVolumes, GivesTheAddressesOfCardsThatAreNoLoopback) {
     const std::string address = ToBytes(VnFileSystem::GetFirstMacAddressUnconditionally());
     bool found = false;
     bool anyCard = false;
@@ -164,22 +164,14 @@ TEST(VnFileSystemVolumes, GivesTheAddressOfACardThatIsNoLoopback) {
         anyCard = anyCard || (entry.path().filename() != "lo" && known.size() == 17);
         found = found || (entry.path().filename() != "lo" && known == address);
     }
-    if (!anyCard) {
-        EXPECT_EQ(address, "");
-        return;
-    }
-    EXPECT_TRUE(found) << address;
-}
-
-TEST(VnFileSystemVolumes, ListsTheAddressesThatTheReaderModuleFinds) {
+    EXPECT_TRUE(anyCard ? found : address.empty()) << address;
+    // The reader module finds them all.
     VnStringArray addresses;
     addresses.Add(L"stale");
-    const bool found = VnFileSystem::GetMacAddresses(addresses);
-    EXPECT_EQ(found, addresses.GetCount() > 0);
+    const bool anyListed = VnFileSystem::GetMacAddresses(addresses);
+    EXPECT_EQ(anyListed, addresses.GetCount() > 0);
     EXPECT_FALSE(addresses.Contains(L"stale"));
-    if (!VnFileSystem::GetFirstMacAddressUnconditionally().IsEmpty()) {
-        EXPECT_TRUE(found);
-    }
+    EXPECT_TRUE(anyListed || address.empty());
 }
 
 } // namespace

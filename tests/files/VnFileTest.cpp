@@ -26,9 +26,14 @@ bool CanOpen(const std::string& path, uint32_t access, uint32_t disposition) {
     return VnFile(ToText(path), access, kShareAll, disposition).Open();
 }
 
-} // namespace
+class VnFileTest : public testing::Test {
+protected:
+    TestFolder Folder;
+};
 
-TEST(VnFile, DispositionDecidesAboutMissingAndExistingFiles) {
+using VnFileInfoTest = VnFileTest;
+
+TEST_F(VnFileTest, DispositionDecidesAboutMissingAndExistingFiles) {
     struct Row {
         uint32_t Disposition;
         bool OpensMissing;
@@ -42,30 +47,28 @@ TEST(VnFile, DispositionDecidesAboutMissingAndExistingFiles) {
     };
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.Disposition);
-        const TestFolder folder;
-        EXPECT_EQ(CanOpen(folder / "missing", kWrite, row.Disposition), row.OpensMissing);
-        EXPECT_EQ(folder.Exists("missing"), row.OpensMissing);
-        const std::string existing = folder.Write("existing", "old");
+        const std::string missing = "missing" + std::to_string(row.Disposition);
+        EXPECT_EQ(CanOpen(Folder / missing, kWrite, row.Disposition), row.OpensMissing);
+        EXPECT_EQ(Folder.Exists(missing), row.OpensMissing);
+        const std::string existing = Folder.Write("existing", "old");
         EXPECT_EQ(CanOpen(existing, kWrite, row.Disposition), row.OpensExisting);
-        EXPECT_EQ(folder.Read("existing"), row.ContentsAfter);
+        EXPECT_EQ(Folder.Read("existing"), row.ContentsAfter);
     }
 }
 
-TEST(VnFile, NewFilesAreReadableByOthersAndCloseOnExec) {
-    const TestFolder folder;
+TEST_F(VnFileTest, NewFilesAreReadableByOthersAndCloseOnExec) {
     const mode_t old = umask(0);
-    VnFile file(ToText(folder / "a"), kRead | kWrite, 0, VnFile::CreateNew);
+    VnFile file(ToText(Folder / "a"), kRead | kWrite, 0, VnFile::CreateNew);
     EXPECT_TRUE(file.Open());
     umask(old);
     struct stat record;
-    ASSERT_EQ(stat((folder / "a").c_str(), &record), 0);
+    ASSERT_EQ(stat((Folder / "a").c_str(), &record), 0);
     EXPECT_EQ(record.st_mode & 07777, 0644U);
     EXPECT_NE(fcntl(file.Descriptor, F_GETFD) & FD_CLOEXEC, 0);
 }
 
-TEST(VnFile, AClosedFileFailsEverywhere) {
-    const TestFolder folder;
-    VnFile file(ToText(folder / "missing"), kRead, kShareAll, VnFile::OpenExisting);
+TEST_F(VnFileTest, AClosedFileFailsEverywhere) {
+    VnFile file(ToText(Folder / "missing"), kRead, kShareAll, VnFile::OpenExisting);
     EXPECT_FALSE(file.Open());
     EXPECT_FALSE(file.IsOpen);
     EXPECT_EQ(file.Descriptor, -1);
@@ -86,11 +89,20 @@ TEST(VnFile, AClosedFileFailsEverywhere) {
     EXPECT_TRUE(file.Close());
 }
 
-TEST(VnFile, WritersThatDoNotShareExcludeEachOther) {
-    const TestFolder folder;
-    const VnString path = ToText(folder.Write("a", "x"));
+TEST_F(VnFileTest, WritersThatDoNotShareExcludeEachOtherAndOtherPrograms) {
+    const VnString path = ToText(Folder.Write("a", "x"));
     VnFile first(path, kWrite, 0, VnFile::OpenExisting);
     ASSERT_TRUE(first.Open());
+    const pid_t child = fork();
+    if (child == 0) {
+        struct flock lock = {};
+        lock.l_type = F_WRLCK;
+        const int descriptor = open((Folder / "a").c_str(), O_WRONLY | O_CLOEXEC);
+        _exit(fcntl(descriptor, F_SETLK, &lock) == -1 ? 42 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 42);
     VnFile second(path, kWrite, VnFile::kShareRead, VnFile::OpenExisting);
     EXPECT_FALSE(second.Open());
     EXPECT_TRUE(errno == EAGAIN || errno == EACCES) << errno;
@@ -105,30 +117,12 @@ TEST(VnFile, WritersThatDoNotShareExcludeEachOther) {
     EXPECT_TRUE(second.Open());
 }
 
-TEST(VnFile, AnotherProcessSeesTheLock) {
-    const TestFolder folder;
-    const std::string path = folder.Write("a", "x");
-    VnFile file(ToText(path), kWrite, 0, VnFile::OpenExisting);
-    ASSERT_TRUE(file.Open());
-    const pid_t child = fork();
-    if (child == 0) {
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        _exit(fcntl(descriptor, F_SETLK, &lock) == -1 ? 42 : 0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 42);
-}
-
-TEST(VnFile, ReopeningClosesTheFormerDescriptor) {
-    const TestFolder folder;
-    const VnString path = ToText(folder.Write("a", "abc"));
+TEST_F(VnFileTest, ReopeningClosesTheFormerDescriptor) {
+    const VnString path = ToText(Folder.Write("a", "abc"));
     VnFile file(path, kRead, kShareAll, VnFile::OpenExisting);
     ASSERT_TRUE(file.Open());
     const int32_t former = file.Descriptor;
-    EXPECT_FALSE(file.Open(ToText(folder / "missing"), kRead, kShareAll, VnFile::OpenExisting));
+    EXPECT_FALSE(file.Open(ToText(Folder / "missing"), kRead, kShareAll, VnFile::OpenExisting));
     EXPECT_EQ(fcntl(former, F_GETFD), -1);
     ASSERT_TRUE(file.Open(path, kRead, kShareAll, VnFile::OpenExisting));
     const int32_t last = file.Descriptor;
@@ -136,9 +130,8 @@ TEST(VnFile, ReopeningClosesTheFormerDescriptor) {
     EXPECT_EQ(fcntl(last, F_GETFD), -1);
 }
 
-TEST(VnFile, SeekAndLength) {
-    const TestFolder folder;
-    VnFile file(ToText(folder.Write("a", "0123456789")), kRead | kWrite, 0, VnFile::OpenExisting);
+TEST_F(VnFileTest, SeekAndLength) {
+    VnFile file(ToText(Folder.Write("a", "0123456789")), kRead | kWrite, 0, VnFile::OpenExisting);
     EXPECT_EQ(file.GetLength(), 10);
     ASSERT_TRUE(file.Open());
     EXPECT_EQ(file.Seek(4, 0), 4);
@@ -149,20 +142,19 @@ TEST(VnFile, SeekAndLength) {
     EXPECT_EQ(file.GetPosition(), 3);
     EXPECT_TRUE(file.SetLength(5));
     EXPECT_EQ(file.GetPosition(), 5);
-    EXPECT_EQ(folder.Read("a"), "01234");
+    EXPECT_EQ(Folder.Read("a"), "01234");
     EXPECT_TRUE(file.SetLength(8));
     EXPECT_EQ(file.GetPosition(), 8);
-    EXPECT_EQ(folder.Read("a"), std::string("01234\0\0\0", 8));
+    EXPECT_EQ(Folder.Read("a"), std::string("01234\0\0\0", 8));
     EXPECT_TRUE(file.Flush());
 }
 
-TEST(VnFile, TextForms) {
-    const TestFolder folder;
-    VnFile file(ToText(folder / "a"), kRead | kWrite, 0, VnFile::CreateAlways);
+TEST_F(VnFileTest, TextForms) {
+    VnFile file(ToText(Folder / "a"), kRead | kWrite, 0, VnFile::CreateAlways);
     ASSERT_TRUE(file.Open());
     EXPECT_TRUE(file.WriteUTF8(L"\u00E9\u20AC"));
     EXPECT_TRUE(file.WriteBytes(L"\u00E9\u20AC"));
-    EXPECT_EQ(folder.Read("a"), "\xC3\xA9\xE2\x82\xAC\xE9?");
+    EXPECT_EQ(Folder.Read("a"), "\xC3\xA9\xE2\x82\xAC\xE9?");
     EXPECT_TRUE(file.SetLength(0));
     EXPECT_TRUE(file.WriteWide(VnString(L"ab\n\u20AC\0z", 6)));
     EXPECT_EQ(file.GetPosition(), 24);
@@ -179,10 +171,9 @@ TEST(VnFile, TextForms) {
     EXPECT_TRUE(line.IsEmpty());
 }
 
-TEST(VnFile, LinesKeepTheirCarriageReturnAndThePosition) {
-    const TestFolder folder;
+TEST_F(VnFileTest, LinesKeepTheirCarriageReturnAndThePosition) {
     const std::string longLine(3000, 'x');
-    VnFile file(ToText(folder.Write("a", "one\r\n\ncaf\xC3\xA9\n" + longLine + "\nlast")), kRead,
+    VnFile file(ToText(Folder.Write("a", "one\r\n\ncaf\xC3\xA9\n" + longLine + "\nlast")), kRead,
                 kShareAll, VnFile::OpenExisting);
     ASSERT_TRUE(file.Open());
     EXPECT_EQ(ToBytes(file.ReadLine()), "one\r");
@@ -195,7 +186,7 @@ TEST(VnFile, LinesKeepTheirCarriageReturnAndThePosition) {
     EXPECT_EQ(ToBytes(file.ReadLine()), "");
 }
 
-TEST(VnFile, LinesOfAPipeLoseNoByte) {
+TEST_F(VnFileTest, LinesOfAPipeLoseNoByte) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     ASSERT_EQ(write(ends[1], "a\nb\nc", 5), 5);
@@ -208,11 +199,10 @@ TEST(VnFile, LinesOfAPipeLoseNoByte) {
     EXPECT_EQ(ToBytes(file.ReadLine()), "c");
 }
 
-TEST(VnFile, CanReadAndCanWriteLookAtTheFile) {
-    const TestFolder folder;
-    const VnString file = ToText(folder.Write("a", "x"));
-    const VnString missing = ToText(folder / "missing");
-    const VnString directory = ToText(folder.Path().string());
+TEST_F(VnFileTest, CanReadAndCanWriteLookAtTheFile) {
+    const VnString file = ToText(Folder.Write("a", "x"));
+    const VnString missing = ToText(Folder / "missing");
+    const VnString directory = ToText(Folder.Path().string());
     for (const bool defaultResult : {false, true}) {
         EXPECT_EQ(VnFile::CanRead(missing, defaultResult), defaultResult);
         EXPECT_EQ(VnFile::CanRead(L"", defaultResult), defaultResult);
@@ -229,12 +219,11 @@ TEST(VnFile, CanReadAndCanWriteLookAtTheFile) {
     ASSERT_TRUE(holder.Open());
     EXPECT_FALSE(VnFile::CanWrite(file, true, &readOnly));
     EXPECT_FALSE(readOnly) << "the volume itself is writable";
-    EXPECT_EQ(folder.Read("a"), "x");
+    EXPECT_EQ(Folder.Read("a"), "x");
 }
 
-TEST(VnFile, TimesRoundTrip) {
-    const TestFolder folder;
-    const std::string path = folder.Write("a", "x");
+TEST_F(VnFileTest, TimesRoundTrip) {
+    const std::string path = Folder.Write("a", "x");
     const VnDate date = VnDate().FromTimeT(1000000000, 0, /*toLocal=*/true);
     EXPECT_TRUE(VnFile(ToText(path), kRead, 0, VnFile::OpenExisting).SetFileTimes(date));
     struct stat record;
@@ -243,13 +232,12 @@ TEST(VnFile, TimesRoundTrip) {
     EXPECT_EQ(record.st_atime, 1000000000);
     EXPECT_EQ(VnFileSystem::GetFileDate(ToText(path)).ToTimeT(0, /*toUTC=*/true), 1000000000);
     EXPECT_FALSE(
-        VnFile(ToText(folder / "missing"), kRead, 0, VnFile::OpenExisting).SetFileTimes(date));
-    EXPECT_EQ(VnFileSystem::GetFileDate(ToText(folder / "missing")).ToTimeT(), 0);
+        VnFile(ToText(Folder / "missing"), kRead, 0, VnFile::OpenExisting).SetFileTimes(date));
+    EXPECT_EQ(VnFileSystem::GetFileDate(ToText(Folder / "missing")).ToTimeT(), 0);
 }
 
-TEST(VnFileInfo, KnowsFilesAndDirectories) {
-    const TestFolder folder;
-    const std::string path = folder.Write("sub/Song.MP3", "12345");
+TEST_F(VnFileInfoTest, KnowsFilesAndDirectories) {
+    const std::string path = Folder.Write("sub/Song.MP3", "12345");
     VnFileInfo info(ToText(path));
     EXPECT_TRUE(info.Valid);
     EXPECT_FALSE(info.IsDirectory());
@@ -258,33 +246,32 @@ TEST(VnFileInfo, KnowsFilesAndDirectories) {
     EXPECT_EQ(ToBytes(info.GetFilename()), path);
     EXPECT_FALSE(info.Filename.LowerCaseExtension);
 
-    EXPECT_TRUE(info.Reset(ToText(folder / "sub")));
+    EXPECT_TRUE(info.Reset(ToText(Folder / "sub")));
     EXPECT_TRUE(info.IsDirectory());
-    EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "sub/");
-    EXPECT_EQ(ToBytes(info.GetFilename()), folder / "sub");
+    EXPECT_EQ(ToBytes(info.Filename.Filename), Folder / "sub/");
+    EXPECT_EQ(ToBytes(info.GetFilename()), Folder / "sub");
     EXPECT_EQ(ToBytes(info.GetName()), "sub");
 
-    EXPECT_FALSE(info.Set(ToText(folder / "missing")));
+    EXPECT_FALSE(info.Set(ToText(Folder / "missing")));
     EXPECT_EQ(info.GetSize(), -1);
     EXPECT_FALSE(info.IsDirectory());
-    EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "sub/") << "the former name stays";
-    EXPECT_FALSE(info.Reset(ToText(folder / "missing")));
+    EXPECT_EQ(ToBytes(info.Filename.Filename), Folder / "sub/") << "the former name stays";
+    EXPECT_FALSE(info.Reset(ToText(Folder / "missing")));
     EXPECT_TRUE(info.Filename.Filename.IsEmpty());
 }
 
-TEST(VnFileInfo, UnderstandsTheStoredFormsOfADirectory) {
-    const TestFolder folder;
-    folder.Write("a.dir/x", "");
-    VnFilename name(ToText(folder / "a.dir"));
+TEST_F(VnFileInfoTest, UnderstandsTheStoredFormsOfADirectory) {
+    Folder.Write("a.dir/x", "");
+    VnFilename name(ToText(Folder / "a.dir"));
     name.SetProperty(L"Mood", L"calm");
-    for (const VnString& text : {name.GetXMLForm(), ToText(folder / "a.dir;3")}) {
+    for (const VnString& text : {name.GetXMLForm(), ToText(Folder / "a.dir;3")}) {
         const VnFileInfo info(text);
         EXPECT_TRUE(info.IsDirectory());
-        EXPECT_EQ(ToBytes(info.Filename.Filename), folder / "a.dir/");
+        EXPECT_EQ(ToBytes(info.Filename.Filename), Folder / "a.dir/");
     }
 }
 
-TEST(VnFileInfo, TakesAGivenRecord) {
+TEST_F(VnFileInfoTest, TakesAGivenRecord) {
     struct stat record = {};
     record.st_mode = S_IFDIR;
     record.st_size = 77;
@@ -295,3 +282,5 @@ TEST(VnFileInfo, TakesAGivenRecord) {
     EXPECT_EQ(info.GetSize(), 77);
     EXPECT_EQ(ToBytes(info.Filename.Filename), "/no/such/place/");
 }
+
+} // namespace

@@ -177,17 +177,13 @@ TEST(VnURLPaths, FindsOtherDevicesBelowADriveOnly) {
 }
 
 TEST(VnURLMimeType, TakesTheTypeFromTheSchemeWithoutANetwork) {
-    struct Case {
-        const wchar_t* Text;
-        const char* Type;
-    };
-    for (const Case& row : {Case{L"MMS://h/a", "asf"}, Case{L"audiotest://x", "audiotest"},
-                            Case{L"rtmpe://h/a", "rtmp"}, Case{L"http://h/a.mp3", ""},
-                            Case{L"/a.mp3", ""}, Case{L"mms:/a", ""}}) {
-        VnFilename filename(row.Text);
-        const bool found = filename.SetFileTypeFromURLMimeType(true, false);
-        EXPECT_EQ(found, *row.Type != 0) << ToBytes(row.Text);
-        EXPECT_EQ(ToBytes(filename.GetProperty(VnFilename::kFileType)), row.Type);
+    constexpr const char* kTypes[][2] = {{"MMS://h/a", "asf"},    {"audiotest://x", "audiotest"},
+                                         {"rtmpe://h/a", "rtmp"}, {"http://h/a.mp3", ""},
+                                         {"/a.mp3", ""},          {"mms:/a", ""}};
+    for (const auto& [text, type] : kTypes) {
+        VnFilename filename(ToText(text));
+        EXPECT_EQ(filename.SetFileTypeFromURLMimeType(true, false), *type != 0) << text;
+        EXPECT_EQ(ToBytes(filename.GetProperty(VnFilename::kFileType)), type);
     }
 }
 

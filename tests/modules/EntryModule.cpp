@@ -13,18 +13,13 @@
 
 namespace {
 
-std::string Narrow(const wchar_t* text) {
-    return {text, text + std::wcslen(text)};
-}
-
 class ApplicationInfo final : public IVnApplicationInfo {
 public:
     bool LoadProduct(const wchar_t* product,
                      IVnDllString& error,
                      bool firstFlag,
                      bool secondFlag) override {
-        Note("LoadProduct '%s' %d %d", Narrow(product).c_str(), firstFlag ? 1 : 0,
-             secondFlag ? 1 : 0);
+        Note("LoadProduct '%ls' %d %d", product, firstFlag ? 1 : 0, secondFlag ? 1 : 0);
         if (IsAsked("VN_TEST_PRODUCT_ERROR")) {
             const std::string text = std::getenv("VN_TEST_PRODUCT_ERROR");
             error.Set(std::wstring(text.begin(), text.end()).c_str(), -1);

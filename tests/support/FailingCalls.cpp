@@ -51,18 +51,6 @@ bool Fails(const char* name) {
     return true;
 }
 
-template<typename RESULT, typename... ARGS>
-RESULT Call(const char* name, RESULT failure, RESULT (*real)(ARGS...), ARGS... args) {
-    return Fails(name) ? failure : real(args...);
-}
-
-/// A call that gives its resource back even when it fails.
-template<typename RESULT, typename ARG>
-RESULT Release(const char* name, RESULT failure, RESULT (*real)(ARG), ARG argument) {
-    const RESULT result = real(argument);
-    return Fails(name) ? failure : result;
-}
-
 /// A call that moves bytes.
 template<typename BYTES>
 ssize_t Transfer(const char* name,
@@ -103,6 +91,27 @@ int CountDescriptors() {
     return count;
 }
 
+/// A wrapper of the call NAME that gives FAILURE when it is the one that fails.
+#define VN_WRAP(RESULT, FAILURE, NAME, PARAMETERS, ...)                                            \
+    RESULT __real_##NAME PARAMETERS;                                                               \
+    RESULT __wrap_##NAME PARAMETERS {                                                              \
+        return Fails(#NAME) ? FAILURE : __real_##NAME(__VA_ARGS__);                                \
+    }
+#define VN_WRAP1(RESULT, FAILURE, NAME, A) VN_WRAP(RESULT, FAILURE, NAME, (A a), a)
+#define VN_WRAP2(RESULT, FAILURE, NAME, A, B) VN_WRAP(RESULT, FAILURE, NAME, (A a, B b), a, b)
+#define VN_WRAP3(RESULT, FAILURE, NAME, A, B, C)                                                   \
+    VN_WRAP(RESULT, FAILURE, NAME, (A a, B b, C c), a, b, c)
+#define VN_WRAP4(RESULT, FAILURE, NAME, A, B, C, D)                                                \
+    VN_WRAP(RESULT, FAILURE, NAME, (A a, B b, C c, D d), a, b, c, d)
+
+/// A wrapper of a call that gives its resource back even when it fails.
+#define VN_WRAP_RELEASE(NAME, PARAMETERS, ...)                                                     \
+    int __real_##NAME PARAMETERS;                                                                  \
+    int __wrap_##NAME PARAMETERS {                                                                 \
+        const int result = __real_##NAME(__VA_ARGS__);                                             \
+        return Fails(#NAME) ? -1 : result;                                                         \
+    }
+
 extern "C" {
 
 int __real_open(const char* path, int flags, ...);
@@ -142,201 +151,47 @@ ssize_t __wrap_write(int descriptor, const void* bytes, size_t count) {
     return Transfer("write", __real_write, descriptor, bytes, count);
 }
 
-int __real_close(int descriptor);
-int __wrap_close(int descriptor) {
-    return Release("close", -1, __real_close, descriptor);
-}
+VN_WRAP_RELEASE(close, (int descriptor), descriptor)
+VN_WRAP_RELEASE(pclose, (FILE * stream), stream)
+VN_WRAP_RELEASE(munmap, (void* at, size_t size), at, size)
 
-int __real_pclose(FILE* stream);
-int __wrap_pclose(FILE* stream) {
-    return Release("pclose", -1, __real_pclose, stream);
-}
-
-off_t __real_lseek(int descriptor, off_t offset, int whence);
-off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
-    return Call("lseek", off_t{-1}, __real_lseek, descriptor, offset, whence);
-}
-
-int __real_fallocate(int descriptor, int mode, off_t offset, off_t length);
-int __wrap_fallocate(int descriptor, int mode, off_t offset, off_t length) {
-    return Call("fallocate", -1, __real_fallocate, descriptor, mode, offset, length);
-}
-
-int __real_ftruncate(int descriptor, off_t length);
-int __wrap_ftruncate(int descriptor, off_t length) {
-    return Call("ftruncate", -1, __real_ftruncate, descriptor, length);
-}
-
-int __real_fdatasync(int descriptor);
-int __wrap_fdatasync(int descriptor) {
-    return Call("fdatasync", -1, __real_fdatasync, descriptor);
-}
-
-int __real_fchdir(int descriptor);
-int __wrap_fchdir(int descriptor) {
-    return Call("fchdir", -1, __real_fchdir, descriptor);
-}
-
-int __real_fstat(int descriptor, struct stat* record);
-int __wrap_fstat(int descriptor, struct stat* record) {
-    return Call("fstat", -1, __real_fstat, descriptor, record);
-}
-
-int __real_stat(const char* path, struct stat* record);
-int __wrap_stat(const char* path, struct stat* record) {
-    return Call("stat", -1, __real_stat, path, record);
-}
-
-int __real_lstat(const char* path, struct stat* record);
-int __wrap_lstat(const char* path, struct stat* record) {
-    return Call("lstat", -1, __real_lstat, path, record);
-}
-
-int __real_fstatat(int descriptor, const char* path, struct stat* record, int flags);
-int __wrap_fstatat(int descriptor, const char* path, struct stat* record, int flags) {
-    return Call("fstatat", -1, __real_fstatat, descriptor, path, record, flags);
-}
-
-int __real_statvfs(const char* path, struct statvfs* record);
-int __wrap_statvfs(const char* path, struct statvfs* record) {
-    return Call("statvfs", -1, __real_statvfs, path, record);
-}
-
-int __real_unlink(const char* path);
-int __wrap_unlink(const char* path) {
-    return Call("unlink", -1, __real_unlink, path);
-}
-
-int __real_rename(const char* from, const char* to);
-int __wrap_rename(const char* from, const char* to) {
-    return Call("rename", -1, __real_rename, from, to);
-}
-
-int __real_mkdir(const char* path, mode_t mode);
-int __wrap_mkdir(const char* path, mode_t mode) {
-    return Call("mkdir", -1, __real_mkdir, path, mode);
-}
-
-int __real_utimes(const char* path, const timeval* times);
-int __wrap_utimes(const char* path, const timeval* times) {
-    return Call("utimes", -1, __real_utimes, path, times);
-}
-
-int __real_chdir(const char* path);
-int __wrap_chdir(const char* path) {
-    return Call("chdir", -1, __real_chdir, path);
-}
-
-char* __real_getcwd(char* buffer, size_t size);
-char* __wrap_getcwd(char* buffer, size_t size) {
-    return Call<char*>("getcwd", nullptr, __real_getcwd, buffer, size);
-}
-
-char* __real_realpath(const char* path, char* resolved);
-char* __wrap_realpath(const char* path, char* resolved) {
-    return Call<char*>("realpath", nullptr, __real_realpath, path, resolved);
-}
-
-ssize_t __real_readlink(const char* path, char* buffer, size_t size);
-ssize_t __wrap_readlink(const char* path, char* buffer, size_t size) {
-    return Call("readlink", ssize_t{-1}, __real_readlink, path, buffer, size);
-}
-
-DIR* __real_opendir(const char* path);
-DIR* __wrap_opendir(const char* path) {
-    return Call<DIR*>("opendir", nullptr, __real_opendir, path);
-}
-
-ssize_t __real_getdents64(int descriptor, void* buffer, size_t size);
-ssize_t __wrap_getdents64(int descriptor, void* buffer, size_t size) {
-    return Call("getdents64", ssize_t{-1}, __real_getdents64, descriptor, buffer, size);
-}
-
-dirent* __real_readdir(DIR* directory);
-dirent* __wrap_readdir(DIR* directory) {
-    return Call<dirent*>("readdir", nullptr, __real_readdir, directory);
-}
-
-FILE* __real_fopen(const char* path, const char* mode);
-FILE* __wrap_fopen(const char* path, const char* mode) {
-    return Call<FILE*>("fopen", nullptr, __real_fopen, path, mode);
-}
-
-FILE* __real_fdopen(int descriptor, const char* mode);
-FILE* __wrap_fdopen(int descriptor, const char* mode) {
-    return Call<FILE*>("fdopen", nullptr, __real_fdopen, descriptor, mode);
-}
-
+VN_WRAP3(off_t, -1, lseek, int, off_t, int)
+VN_WRAP4(int, -1, fallocate, int, int, off_t, off_t)
+VN_WRAP2(int, -1, ftruncate, int, off_t)
+VN_WRAP1(int, -1, fdatasync, int)
+VN_WRAP1(int, -1, fchdir, int)
+VN_WRAP2(int, -1, fstat, int, struct stat*)
+VN_WRAP2(int, -1, stat, const char*, struct stat*)
+VN_WRAP2(int, -1, lstat, const char*, struct stat*)
+VN_WRAP4(int, -1, fstatat, int, const char*, struct stat*, int)
+VN_WRAP2(int, -1, statvfs, const char*, struct statvfs*)
+VN_WRAP1(int, -1, unlink, const char*)
+VN_WRAP2(int, -1, rename, const char*, const char*)
+VN_WRAP2(int, -1, mkdir, const char*, mode_t)
+VN_WRAP2(int, -1, utimes, const char*, const timeval*)
+VN_WRAP1(int, -1, chdir, const char*)
+VN_WRAP2(char*, nullptr, getcwd, char*, size_t)
+VN_WRAP2(char*, nullptr, realpath, const char*, char*)
+VN_WRAP3(ssize_t, -1, readlink, const char*, char*, size_t)
+VN_WRAP1(DIR*, nullptr, opendir, const char*)
+VN_WRAP3(ssize_t, -1, getdents64, int, void*, size_t)
+VN_WRAP1(dirent*, nullptr, readdir, DIR*)
+VN_WRAP2(FILE*, nullptr, fopen, const char*, const char*)
+VN_WRAP2(FILE*, nullptr, fdopen, int, const char*)
 /// Fails to say that all is well.
-int __real_ferror(FILE* stream);
-int __wrap_ferror(FILE* stream) {
-    return Call("ferror", 1, __real_ferror, stream);
-}
+VN_WRAP1(int, 1, ferror, FILE*)
+VN_WRAP2(FILE*, nullptr, popen, const char*, const char*)
+VN_WRAP1(int, -1, system, const char*)
+VN_WRAP(pid_t, -1, fork, ())
+VN_WRAP3(int, -1, socket, int, int, int)
+VN_WRAP1(int, -1, getifaddrs, ifaddrs**)
+VN_WRAP3(int, -1, shm_open, const char*, int, mode_t)
+VN_WRAP(
+    void*, MAP_FAILED, mmap, (void* a, size_t b, int c, int d, int e, off_t f), a, b, c, d, e, f)
+VN_WRAP1(int, -1, shm_unlink, const char*)
+VN_WRAP2(void*, nullptr, dlopen, const char*, int)
+VN_WRAP1(int, -1, uname, utsname*)
+VN_WRAP3(int, -1, setenv, const char*, const char*, int)
+VN_WRAP2(int, -1, nanosleep, const timespec*, timespec*)
 
-FILE* __real_popen(const char* command, const char* mode);
-FILE* __wrap_popen(const char* command, const char* mode) {
-    return Call<FILE*>("popen", nullptr, __real_popen, command, mode);
-}
-
-int __real_system(const char* command);
-int __wrap_system(const char* command) {
-    return Call("system", -1, __real_system, command);
-}
-
-pid_t __real_fork();
-pid_t __wrap_fork() {
-    return Call("fork", -1, __real_fork);
-}
-
-int __real_socket(int domain, int type, int protocol);
-int __wrap_socket(int domain, int type, int protocol) {
-    return Call("socket", -1, __real_socket, domain, type, protocol);
-}
-
-int __real_getifaddrs(ifaddrs** first);
-int __wrap_getifaddrs(ifaddrs** first) {
-    return Call("getifaddrs", -1, __real_getifaddrs, first);
-}
-
-int __real_shm_open(const char* name, int flags, mode_t mode);
-int __wrap_shm_open(const char* name, int flags, mode_t mode) {
-    return Call("shm_open", -1, __real_shm_open, name, flags, mode);
-}
-
-void* __real_mmap(void* at, size_t size, int access, int flags, int descriptor, off_t offset);
-void* __wrap_mmap(void* at, size_t size, int access, int flags, int descriptor, off_t offset) {
-    return Call("mmap", MAP_FAILED, __real_mmap, at, size, access, flags, descriptor, offset);
-}
-
-/// Gives the mapping back even when it fails.
-int __real_munmap(void* at, size_t size);
-int __wrap_munmap(void* at, size_t size) {
-    const int result = __real_munmap(at, size);
-    return Fails("munmap") ? -1 : result;
-}
-
-int __real_shm_unlink(const char* name);
-int __wrap_shm_unlink(const char* name) {
-    return Call("shm_unlink", -1, __real_shm_unlink, name);
-}
-
-void* __real_dlopen(const char* path, int flags);
-void* __wrap_dlopen(const char* path, int flags) {
-    return Call<void*>("dlopen", nullptr, __real_dlopen, path, flags);
-}
-
-int __real_uname(utsname* names);
-int __wrap_uname(utsname* names) {
-    return Call("uname", -1, __real_uname, names);
-}
-
-int __real_setenv(const char* name, const char* value, int overwrite);
-int __wrap_setenv(const char* name, const char* value, int overwrite) {
-    return Call("setenv", -1, __real_setenv, name, value, overwrite);
-}
-
-int __real_nanosleep(const timespec* time, timespec* rest);
-int __wrap_nanosleep(const timespec* time, timespec* rest) {
-    return Call("nanosleep", -1, __real_nanosleep, time, rest);
-}
-}
+} // extern "C"

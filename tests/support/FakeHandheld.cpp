@@ -34,19 +34,11 @@ VnHandheldText FakeFile::GetCoverArtPath(int32_t) {
     return MakeHandheldText(Art);
 }
 
-VnHandheldText FakeFile::GetFieldList(int32_t) {
-    return MakeHandheldText(FieldList);
-}
-
 IVnHandheldFile* FakeList::CreateRecord() {
     if (OnRecord) {
         OnRecord();
     }
     return GivesRecords ? &Add() : nullptr;
-}
-
-VnHandheldText FakeList::GetFieldList(int32_t) {
-    return MakeHandheldText(FieldList);
 }
 
 int32_t FakeList::WritePlaylist(const wchar_t* path, const wchar_t* kind) {
@@ -76,8 +68,6 @@ void FakeHost::OnProgress(int64_t bytesDone, int64_t bytesInAll, bool* cancel) {
         *cancel = true;
     }
 }
-
-DeviceFixture::DeviceFixture() = default;
 
 VnString DeviceFixture::Record(const Properties& properties) const {
     VnPropertyMap map;
@@ -120,8 +110,8 @@ std::vector<std::string> DeviceFixture::NamesOf(const FakeList& list) const {
     return names;
 }
 
-std::vector<std::string> DeviceFixture::Scan(FakeList& list) {
-    EXPECT_EQ(Front->GetFiles(L"Card", &list), 0);
+std::vector<std::string> DeviceFixture::Scan(FakeList& list, const std::wstring& location) {
+    EXPECT_EQ(Front->GetFiles(location.c_str(), &list), 0);
     return NamesOf(list);
 }
 
@@ -132,6 +122,5 @@ std::vector<std::string> DeviceFixture::Scan() {
 
 std::vector<std::string> DeviceFixture::ScanPlaylist(const std::wstring& name) {
     FakeList list;
-    EXPECT_EQ(Front->GetFiles((L"Card/" + name).c_str(), &list), 0);
-    return NamesOf(list);
+    return Scan(list, L"Card/" + name);
 }

@@ -31,7 +31,7 @@ public:
     VnHandheldText GetSourcePath() override { return MakeHandheldText(Source); }
     VnHandheldText GetCoverArtPath(int32_t reserved) override;
     void SetField(const wchar_t* name, const wchar_t* value) override { Fields[name] = value; }
-    VnHandheldText GetFieldList(int32_t flag) override;
+    VnHandheldText GetFieldList(int32_t) override { return MakeHandheldText(FieldList); }
 
     std::map<std::wstring, std::wstring> Fields;
     std::map<std::wstring, std::wstring> Expressions;
@@ -48,7 +48,7 @@ public:
         return Items[static_cast<size_t>(index)].get();
     }
     IVnHandheldFile* CreateRecord() override;
-    VnHandheldText GetFieldList(int32_t flag) override;
+    VnHandheldText GetFieldList(int32_t) override { return MakeHandheldText(FieldList); }
     int32_t WritePlaylist(const wchar_t* path, const wchar_t* kind) override;
 
     FakeFile& Add(const std::map<std::wstring, std::wstring>& fields = {});
@@ -94,8 +94,6 @@ class DeviceFixture : public testing::Test {
 protected:
     using Properties = std::map<std::wstring, std::wstring>;
 
-    DeviceFixture();
-
     /// Makes the handheld object with DrivePath set and the given properties on top.
     void Start(const Properties& properties = {});
     /// Replaces the record, DrivePath included.
@@ -105,8 +103,9 @@ protected:
     std::wstring OnDevice(const std::string& name) const { return ToWide(Device / name); }
     /// Runs a command and gives its result.
     int32_t Run(int32_t code, IVnHandheldFileList* list = nullptr, const wchar_t* text = nullptr);
-    /// A whole-device scan; the file names reported, below the root and sorted.
-    std::vector<std::string> Scan(FakeList& list);
+    /// A scan, of the whole device unless told otherwise; the file names reported, below the root
+    /// and sorted.
+    std::vector<std::string> Scan(FakeList& list, const std::wstring& location = L"Card");
     std::vector<std::string> Scan();
     /// A scan of one playlist of the device.
     std::vector<std::string> ScanPlaylist(const std::wstring& name);

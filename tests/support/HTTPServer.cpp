@@ -2,10 +2,11 @@
 // line to standard output and serves until its standard input ends, so it never outlives the test
 // that started it. What it answers depends on the first segment of the path; see Routes below.
 
+#include "tests/support/Packing.h"
+
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <chrono>
@@ -16,6 +17,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -40,23 +42,18 @@ struct Request {
 std::mutex LogLock;
 std::string Log; ///< one line a request: method, path, range
 
-constexpr char kModified[] = "Sun, 06 Nov 1994 08:49:37 GMT";
+constexpr char kModified[] = "Sun, 13 Sep 2020 12:26:42 GMT";
 constexpr char kPlaylistType[] = "Content-Type: video/x-ms-asf\r\n";
 
-bool SendAll(int connection, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t sent = ::send(connection, data, size, MSG_NOSIGNAL);
+bool Send(int connection, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent <= 0) {
             return false;
         }
-        data += sent;
-        size -= static_cast<size_t>(sent);
+        bytes.remove_prefix(static_cast<size_t>(sent));
     }
     return true;
-}
-
-bool Send(int connection, const std::string& text) {
-    return SendAll(connection, text.data(), text.size());
 }
 
 /// `count` bytes of the fixed pattern that every numbered route serves: byte i is i modulo 251.
@@ -74,30 +71,12 @@ bool SendPattern(int connection, int64_t start, int64_t end) {
     while (start < end) {
         const size_t from = static_cast<size_t>(start % 251);
         const size_t size = std::min(piece.size() - from, static_cast<size_t>(end - start));
-        if (!SendAll(connection, piece.data() + from, size)) {
+        if (!Send(connection, std::string_view(piece).substr(from, size))) {
             return false;
         }
         start += static_cast<int64_t>(size);
     }
     return true;
-}
-
-std::string Gzip(const std::string& bytes) {
-    z_stream stream = {};
-    if (deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
-        std::abort();
-    }
-    std::string packed(deflateBound(&stream, bytes.size()) + 64, '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) {
-        std::abort();
-    }
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    return packed;
 }
 
 void Answer(int connection,
@@ -254,7 +233,7 @@ bool RouteHostile(int connection, const Request& request) {
     } else if (path.rfind("/length/", 0) == 0) {
         Send(connection, ok + "Content-Length: " + path.substr(8) + "\r\n\r\n" + Pattern(10));
     } else if (path.rfind("/bomb/", 0) == 0) {
-        static const std::string member = Gzip(std::string(8 << 20, '\0'));
+        static const std::string member = Pack(std::string(8 << 20, '\0'), kGzip);
         std::string bomb;
         for (int64_t left = request.Number("/bomb/"); left > 0; left--) {
             bomb += member;
@@ -280,7 +259,7 @@ void Route(int connection, const Request& request) {
         Send(connection, "HTTP/1.0 200 OK\r\n\r\n" + Pattern(request.Number("/close/")));
     } else if (is("/gzip/")) {
         Answer(connection, request, "200 OK", "Content-Encoding: gzip\r\n",
-               Gzip(Pattern(request.Number("/gzip/"))));
+               Pack(Pattern(request.Number("/gzip/")), kGzip));
     } else if (is("/badgzip")) {
         Answer(connection, request, "200 OK", "Content-Encoding: gzip\r\n", "this is not packed");
     } else if (is("/short/")) {

@@ -111,11 +111,7 @@ public:
         } else {
             Text = VnString(before.GetText(), before.GetLength());
         }
-        if (storage == Storage::Shared) {
-            Twin = Text;
-        } else {
-            Twin = VnString(before.GetText(), before.GetLength());
-        }
+        Twin = storage == Storage::Shared ? Text : VnString(before.GetText(), before.GetLength());
         if (storage == Storage::Spare) {
             Text.GetBuffer(before.GetLength() + 100);
             Text.ReleaseBuffer(before.GetLength());

@@ -68,9 +68,6 @@ public:
         return &document.Record(index);
     }
     static void Reserve(VnXMLDocument& document, int32_t count) { document.ReserveRecords(count); }
-    static uint32_t RecordFlags(const VnXMLDocument& document, int32_t index) {
-        return document.Record(index).LevelAndFlags & 0xFFFF0000U;
-    }
 
 private:
     static std::string ChildDamage(const VnXMLDocument& document, int32_t parent, int32_t& linked) {

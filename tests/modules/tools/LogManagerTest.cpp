@@ -1,12 +1,8 @@
-#include "runtime/CProcessInfo.h"
 #include "runtime/ILogManagerCustomOutput.h"
 #include "runtime/IVnLogManager.h"
 #include "runtime/IVnSettingsKey.h"
-#include "runtime/IVnToolsRoot.h"
 #include "runtime/VnLog.h"
-#include "runtime/VnSiblingModules.h"
-#include "tests/support/TestEnvironment.h"
-#include "tests/support/TestText.h"
+#include "tests/modules/tools/OwnHome.h"
 
 #include <gtest/gtest.h>
 
@@ -30,22 +26,14 @@ IVnLogManager& Manager() {
 }
 
 /// The log in a home of its own.
-class LogManager : public testing::Test {
+class LogManager : public OwnHome {
 protected:
-    void SetUp() override { UseHome(Folder.Path().string()); }
-    void TearDown() override { UseHome(TestEnvironment::GetHome()); }
-    static void UseHome(const std::string& home) {
-        CProcessInfo::GetInstance(true)->SetApplicationDataPath(ToText(home + "/"));
-        VnGetToolsRoot()->PathsChanged();
-    }
     std::string File() const { return Folder.Read(".velnor/Generic/Logs/Velnor.log"); }
     static void SetCategories(int64_t categories) {
         IVnSettingsKey* key = VnGetToolsRoot()->OpenKey(L"Properties", 1, 0);
         key->SetInt(L"Log Categories", categories, 0, 0);
         key->Close();
     }
-
-    TestFolder Folder;
 };
 
 bool Holds(const std::string& text, const std::string& part) {

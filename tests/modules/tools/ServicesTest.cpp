@@ -8,6 +8,7 @@
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnSiblingModules.h"
 #include "runtime/VnTranslation.h"
+#include "tests/support/Packing.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/TestTerminal.h"
 #include "tests/support/TestText.h"
@@ -16,7 +17,6 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include <atomic>
 #include <chrono>
@@ -25,6 +25,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -32,10 +33,7 @@ IVnToolsRoot& Root() {
     return *VnGetToolsRoot();
 }
 
-struct MIMECase {
-    const wchar_t* From;
-    const char* To;
-};
+using MIMECase = std::pair<const wchar_t*, const char*>;
 
 constexpr MIMECase kExtensions[] = {
     {L"audio/mpeg", "mp3"},
@@ -60,20 +58,6 @@ constexpr MIMECase kTypes[] = {
     {L"", "application/octet-stream"},
 };
 
-std::string Pack(const std::string& bytes, int windowBits) {
-    z_stream stream = {};
-    EXPECT_EQ(deflateInit2(&stream, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY), Z_OK);
-    std::string packed(bytes.size() + 1000, '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    EXPECT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    return packed;
-}
-
 /// All that a stream gives in pieces of `step`; "!" behind it when it ends in an error.
 std::string Unpack(const std::string& packed, int32_t step) {
     // A block of exact size, so that a read past the end shows.
@@ -97,19 +81,17 @@ std::string Unpack(const std::string& packed, int32_t step) {
 TEST(MIMEService, MapsTypesToExtensions) {
     VnString text;
     VnDllString adapter(text);
-    for (const MIMECase& row : kExtensions) {
-        Root().GetMIMEService(1)->GetExtension(row.From, adapter);
-        EXPECT_EQ(ToBytes(text), row.To) << (row.From ? row.From : L"null");
+    for (const auto& [type, extension] : kExtensions) {
+        Root().GetMIMEService(1)->GetExtension(type, adapter);
+        EXPECT_EQ(ToBytes(text), extension) << (type ? type : L"null");
     }
-    for (const MIMECase& row : kTypes) {
-        Root().GetMIMEService(1)->GetContentType(row.From, adapter);
-        EXPECT_EQ(ToBytes(text), row.To) << row.From;
+    for (const auto& [extension, type] : kTypes) {
+        Root().GetMIMEService(1)->GetContentType(extension, adapter);
+        EXPECT_EQ(ToBytes(text), type) << extension;
     }
 }
 
 TEST(Decompressor, DecodesGzipAndZlibInAnySteps) {
-    constexpr int kGzip = 15 + 16;
-    constexpr int kZlib = 15;
     std::string plain;
     for (int i = 0; i < 20000; i++) {
         plain += static_cast<char>(i * i % 251);
@@ -124,7 +106,7 @@ TEST(Decompressor, DecodesGzipAndZlibInAnySteps) {
 }
 
 TEST(Decompressor, TellsDamagedDataFromTheEnd) {
-    const std::string packed = Pack(std::string(5000, 'a') + "tail of the text", 15 + 16);
+    const std::string packed = Pack(std::string(5000, 'a') + "tail of the text", kGzip);
     EXPECT_EQ(Unpack("", 100), "!");
     EXPECT_EQ(Unpack("not packed at all", 100), "!");
     for (size_t length = 1; length < packed.size(); length++) {
@@ -292,12 +274,11 @@ TEST(DialogService, ShowsAWaitDialogAfterItsDelay) {
 }
 
 TEST(ToolsRoot, IsThereForItsVersionAlone) {
-    const VnSiblingModules& modules = VnSiblingModules::GetInstance();
-    ASSERT_NE(VnGetToolsRoot(), nullptr);
     auto* entry = reinterpret_cast<IVnToolsRoot* (*)(int32_t)>(
         VnSiblingModules::GetInstance().GetSymbol(VnSiblingModule::Tools, "GetVnToolsDLL"));
     ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry(IVnToolsRoot::kVersion), modules.GetToolsRoot());
+    ASSERT_NE(VnGetToolsRoot(), nullptr);
+    EXPECT_EQ(entry(IVnToolsRoot::kVersion), VnGetToolsRoot());
     EXPECT_EQ(entry(IVnToolsRoot::kVersion + 1), nullptr);
     EXPECT_EQ(entry(0), nullptr);
 }

@@ -1,16 +1,10 @@
 #include "core/VnDllString.h"
-#include "runtime/CProcessInfo.h"
 #include "runtime/IVnSettingsKey.h"
-#include "runtime/IVnToolsRoot.h"
-#include "runtime/VnSiblingModules.h"
-#include "tests/support/TestEnvironment.h"
-#include "tests/support/TestText.h"
+#include "tests/modules/tools/OwnHome.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -44,20 +38,10 @@ std::string SubKeys(const Key& key) {
     return names;
 }
 
-/// Points the store at a home of its own for one test.
-class Settings : public testing::Test {
+class Settings : public OwnHome {
 protected:
-    void SetUp() override { UseHome(Folder.Path().string()); }
-    void TearDown() override { UseHome(TestEnvironment::GetHome()); }
-
-    static void UseHome(const std::string& home) {
-        CProcessInfo::GetInstance(true)->SetApplicationDataPath(ToText(home + "/"));
-        VnGetToolsRoot()->PathsChanged();
-    }
     /// What the store would find in a new process.
     static void Reopen() { VnGetToolsRoot()->PathsChanged(); }
-
-    TestFolder Folder;
 };
 
 } // namespace

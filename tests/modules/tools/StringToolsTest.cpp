@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cwchar>
+#include <utility>
+
 namespace {
 
 IVnStringTools& Tools() {
@@ -37,13 +40,8 @@ constexpr FindCase kFinds[] = {
     {L"a", nullptr, 0, -1},
 };
 
-struct OrderCase {
-    const wchar_t* Before;
-    const wchar_t* After;
-};
-
 /// Pairs in the order of mode 0.
-constexpr OrderCase kOrder[] = {
+constexpr std::pair<const wchar_t*, const wchar_t*> kOrder[] = {
     {L"Track 2", L"Track 10"}, {L"", L"a"},         {L"apple", L"Banana"},
     {L"Zoë", L"Zoo"},          {L"éclair", L"fig"}, {L"a", L"aa"},
     {L"cafe", L"café"},        {L"007", L"8"},      {L"Ärger", L"Zorn"},
@@ -73,10 +71,6 @@ constexpr ArticleCase kArticles[] = {
     {L"Die Toten Hosen", 0, 0},
 };
 
-int Sign(int32_t value) {
-    return value < 0 ? -1 : value > 0 ? 1 : 0;
-}
-
 } // namespace
 
 TEST(StringTools, FindTextsInAnyCase) {
@@ -95,13 +89,13 @@ TEST(StringTools, FindTextsInAnyCase) {
 }
 
 TEST(StringTools, OrderTextsForPeople) {
-    for (const OrderCase& order : kOrder) {
-        SCOPED_TRACE(testing::Message() << order.Before << " / " << order.After);
+    for (const auto& [before, after] : kOrder) {
+        SCOPED_TRACE(testing::Message() << before << " / " << after);
         for (const bool flag : {false, true}) {
-            EXPECT_EQ(Sign(Tools().Compare(order.Before, order.After, 0, flag, -1)), -1);
-            EXPECT_EQ(Sign(Tools().Compare(order.After, order.Before, 0, flag, -1)), 1);
+            EXPECT_LT(Tools().Compare(before, after, 0, flag, -1), 0);
+            EXPECT_GT(Tools().Compare(after, before, 0, flag, -1), 0);
         }
-        EXPECT_EQ(Tools().Compare(order.Before, order.Before, 0, true, -1), 0);
+        EXPECT_EQ(Tools().Compare(before, before, 0, true, -1), 0);
     }
 }
 

@@ -1,4 +1,5 @@
 #include "core/VnDllString.h"
+#include "host/CSampleMedia.h"
 #include "runtime/IVnTagReader.h"
 #include "runtime/IVnToolsRoot.h"
 #include "runtime/VnSiblingModules.h"
@@ -18,6 +19,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -44,46 +46,6 @@ std::string Field(const std::string& path, const wchar_t* name) {
     return item == nullptr ? "no item" : Field(*item, name);
 }
 
-std::string Little(uint32_t value, int bytes) {
-    std::string text;
-    for (int i = 0; i < bytes; i++) {
-        text += static_cast<char>(value >> (8 * i) & 0xff);
-    }
-    return text;
-}
-
-/// A stream of no frames that claims two seconds at 44100 Hz, two channels, 16 bits.
-std::string MakeFlac() {
-    std::string info("\x10\x00\x10\x00\x00\x00\x00\x00\x00\x00", 10);
-    info += std::string("\x0A\xC4\x42\xF0\x00\x01\x58\x88", 8);
-    info += std::string(16, '\0');
-    return std::string("fLaC\x80\x00\x00\x22", 8) + info + std::string(2000, '\0');
-}
-
-std::string OggPage(char flags, uint32_t number, const std::string& packet, int64_t position) {
-    std::string lacing;
-    size_t left = packet.size();
-    for (; left >= 255; left -= 255) {
-        lacing += '\xff';
-    }
-    lacing += static_cast<char>(left);
-    return std::string("OggS\0", 5) + flags + Little(static_cast<uint32_t>(position), 4)
-           + Little(0, 4) + Little(7, 4) + Little(number, 4) + Little(0, 4)
-           + static_cast<char>(lacing.size()) + lacing + packet;
-}
-
-/// The three headers of a Vorbis stream and one second of nothing.
-std::string MakeOgg() {
-    const std::string ident = std::string("\x01vorbis", 7) + Little(0, 4) + '\x02'
-                              + Little(44100, 4) + Little(0, 4) + Little(128000, 4) + Little(0, 4)
-                              + '\xb8' + '\x01';
-    const std::string comment =
-        std::string("\x03vorbis", 7) + Little(4, 4) + "test" + Little(0, 4) + '\x01';
-    const std::string setup = std::string("\x05vorbis", 7) + std::string(20, '\x01');
-    return OggPage('\x02', 0, ident, 0) + OggPage('\0', 1, comment, 0) + OggPage('\0', 2, setup, 0)
-           + OggPage('\x04', 3, "x", 44100);
-}
-
 struct FormatCase {
     const char* Name;
     std::string Bytes;
@@ -94,8 +56,8 @@ struct FormatCase {
 
 const FormatCase kFormats[] = {
     {"song.mp3", MakeMp3({}, 77), "2", "44100", "2"},
-    {"song.flac", MakeFlac(), "2", "44100", "2"},
-    {"song.ogg", MakeOgg(), "1", "44100", "2"},
+    {"song.flac", CSampleMedia::MakeFLAC(22), "2", "44100", "2"},
+    {"song.ogg", CSampleMedia::MakeOgg(1000), "4", "8000", "1"},
 };
 
 struct TagCase {
@@ -217,42 +179,34 @@ TEST(TagReader, FillsInWhatTheTagsLack) {
 }
 
 TEST(TagReader, CountsStars) {
-    struct Row {
-        int Popularity;
-        const char* Stars;
-    };
-    constexpr Row kRows[] = {{0, ""},    {1, "1"},   {20, "1"}, {64, "2"},
-                             {128, "3"}, {196, "4"}, {255, "5"}};
+    constexpr std::pair<int, const char*> kRows[] = {{0, ""},    {1, "1"},   {20, "1"}, {64, "2"},
+                                                     {128, "3"}, {196, "4"}, {255, "5"}};
     const TestFolder folder;
-    for (const Row& row : kRows) {
+    for (const auto& [popularity, stars] : kRows) {
         const std::string path = folder.Write("a.mp3", MakeMp3({{"TIT2", "x"}}));
         {
             TagLib::MPEG::File file(path.c_str());
             auto* frame = new TagLib::ID3v2::PopularimeterFrame;
-            frame->setRating(row.Popularity);
+            frame->setRating(popularity);
             file.ID3v2Tag(true)->addFrame(frame);
             file.save();
         }
-        EXPECT_EQ(Field(path, L"Rating"), row.Stars) << row.Popularity;
+        EXPECT_EQ(Field(path, L"Rating"), stars) << popularity;
     }
 }
 
 TEST(TagReader, SortsFilesByTheirType) {
-    struct Row {
-        const char* Name;
-        const char* Type;
-    };
-    constexpr Row kRows[] = {{"a.opus", "Audio"}, {"a.mkv", "Video"}, {"a.mp4", "Video"},
-                             {"a.JPG", "Image"},  {"a.m3u", "Data"},  {"a.asx", "Data"},
-                             {"a.txt", "Data"},   {"noext", "Data"}};
+    constexpr std::pair<const char*, const char*> kRows[] = {
+        {"a.opus", "Audio"}, {"a.mkv", "Video"}, {"a.mp4", "Video"}, {"a.JPG", "Image"},
+        {"a.m3u", "Data"},   {"a.asx", "Data"},  {"a.txt", "Data"},  {"noext", "Data"}};
     const TestFolder folder;
-    for (const Row& row : kRows) {
-        SCOPED_TRACE(row.Name);
-        const std::string path = folder.Write(row.Name, "not really");
-        EXPECT_EQ(Field(path, L"Media Type"), row.Type);
+    for (const auto& [name, type] : kRows) {
+        SCOPED_TRACE(name);
+        const std::string path = folder.Write(name, "not really");
+        EXPECT_EQ(Field(path, L"Media Type"), type);
         EXPECT_EQ(Field(path, L"File Size"), "10");
         EXPECT_EQ(Field(path, L"Duration"), "");
-        EXPECT_EQ(Field(path, L"Name").substr(0, 1), row.Name[0] == 'n' ? "n" : "a");
+        EXPECT_EQ(Field(path, L"Name").substr(0, 1), name[0] == 'n' ? "n" : "a");
     }
 }
 
