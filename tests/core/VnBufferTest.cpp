@@ -12,18 +12,12 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace {
 
-struct EditCase {
-    const char* What;
-    std::string Before;
-    void (*Edit)(VnBuffer& buffer);
-    std::string After;
-};
-
-const EditCase kEditCases[] = {
+const std::tuple<const char*, std::string, void (*)(VnBuffer&), std::string> kEditCases[] = {
     {"append", "ab", [](VnBuffer& b) { b.Append("cd", 2); }, "abcd"},
     {"append of itself", "ab", [](VnBuffer& b) { b.Append(b.GetData(), b.GetSize()); }, "abab"},
     {"append of null", "ab", [](VnBuffer& b) { b.Append(nullptr, 3); }, "ab"},
@@ -49,25 +43,20 @@ const EditCase kEditCases[] = {
     {"pad", "abcde", [](VnBuffer& b) { b.Pad(4, '.'); }, "abcde..."},
     {"pad of a multiple", "abcd", [](VnBuffer& b) { b.Pad(4, '.'); }, "abcd"},
     {"pad of no multiple", "abc", [](VnBuffer& b) { b.Pad(0, '.'); }, "abc"},
-    {"assigned to itself", "abc",
-     [](VnBuffer& b) {
-         const VnBuffer& same = b;
-         b = same;
-     },
-     "abc"},
+    {"assigned to itself", "abc", [](VnBuffer& b) { b = static_cast<const VnBuffer&>(b); }, "abc"},
     // x = 1 * 214013 + 2531011 = 0x29E2C0; then 0xC823F683.
     {"random", "ab", [](VnBuffer& b) { b.FillRandom(1); }, "\x29\x23"},
 };
 
 TEST(VnBuffer, Changes) {
-    for (const EditCase& edit : kEditCases) {
-        SCOPED_TRACE(edit.What);
-        VnBuffer buffer = ToBuffer(edit.Before);
+    for (const auto& [what, before, edit, after] : kEditCases) {
+        SCOPED_TRACE(what);
+        VnBuffer buffer = ToBuffer(before);
         const VnBuffer twin(buffer);
-        edit.Edit(buffer);
-        EXPECT_EQ(ToBytes(buffer), edit.After);
+        edit(buffer);
+        EXPECT_EQ(ToBytes(buffer), after);
         EXPECT_GE(buffer.GetAllocatedSize(), buffer.GetSize());
-        EXPECT_EQ(ToBytes(twin), edit.Before);
+        EXPECT_EQ(ToBytes(twin), before);
     }
 }
 
@@ -116,11 +105,7 @@ TEST(VnBuffer, ManySmallAppendsReallocateRarely) {
 
 TEST(VnBuffer, Finds) {
     const VnBuffer buffer = ToBuffer("abcABCabc");
-    const struct {
-        const char* What;
-        int64_t Result;
-        int64_t Expected;
-    } rows[] = {
+    const std::tuple<const char*, int64_t, int64_t> rows[] = {
         {"first", buffer.Find("abc", 3), 0},
         {"later", buffer.Find("abc", 3, 1), 6},
         {"at a stride", buffer.Find("abc", 3, 1, 5), 6},
@@ -139,24 +124,20 @@ TEST(VnBuffer, Finds) {
         {"empty text", buffer.FindText("", false), -1},
         {"in an empty buffer", VnBuffer().FindText("a", false), -1},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.Result, row.Expected) << row.What;
+    for (const auto& [what, result, expected] : rows) {
+        EXPECT_EQ(result, expected) << what;
     }
 }
 
 TEST(VnBuffer, Bits) {
     const VnBuffer buffer = ToBuffer(std::string("\xA5\x0F\xFF\x00\x81", 5));
-    const struct {
-        int64_t Position;
-        int32_t Count;
-        uint32_t Expected;
-    } rows[] = {
+    const std::tuple<int64_t, int32_t, uint32_t> rows[] = {
         {0, 4, 0xA},         {4, 8, 0x50},      {0, 32, 0xA50FFF00}, {7, 32, 0x87FF8040},
         {0, 40, 0xA50FFF00}, {39, 1, 1},        {36, 8, 0x10},       {400, 8, 0},
         {3, 0, 0},           {INT64_MAX, 8, 0}, {-4, 8, 0xA},        {INT64_MIN, 32, 0},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(buffer.GetBits(row.Position, row.Count), row.Expected) << &row - rows;
+    for (const auto& [position, count, expected] : rows) {
+        EXPECT_EQ(buffer.GetBits(position, count), expected) << position << ", " << count;
     }
 }
 

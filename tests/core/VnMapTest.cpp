@@ -181,15 +181,6 @@ TEST(VnStringMapKeys, ShareTheTextAndEndAtAZeroCharacter) {
     EXPECT_EQ(map.GetCount(), 1);
 }
 
-TEST(VnStringMapKeys, KeepTheirFirstSpelling) {
-    TextMap map;
-    EXPECT_TRUE(map.SetAt(L"Name", VnString(L"1")));
-    EXPECT_TRUE(map.SetAt(L"nAME", VnString(L"2")));
-    EXPECT_FALSE(map.SetAt(L"name", VnString(L"3"), /*overwrite=*/false));
-    EXPECT_EQ(*map.Lookup(L"NAME"), L"2");
-    EXPECT_EQ(GetKeys(map), (std::vector<VnString>{L"Name"}));
-}
-
 TEST(VnStringMapKeys, TakeNullAsEmptyAndHashAsWritten) {
     TextMap map;
     EXPECT_EQ(map.Lookup(nullptr), nullptr);

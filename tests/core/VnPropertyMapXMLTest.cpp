@@ -38,7 +38,6 @@ TEST(VnPropertyMapXML, ChecksRootAndVersion) {
         {L"<Root version=\"1.00\"><Item Name=\"a\">1</Item></Root>", true, "a: 1;"},
         {L"<?xml version=\"1.0\"?>\n<Root version=\"1,0\"><Item Name=\"a\">1</Item></Root>", true,
          "a: 1;"},
-        {L"<Root version=\"2.0\"><Item Name=\"a\">1</Item></Root>", false, ""},
         {L"<Root version=\"1.01\"><Item Name=\"a\">1</Item></Root>", false, ""},
         {L"<Root><Item Name=\"a\">1</Item></Root>", false, ""},
         {L"<Other version=\"1.0\"><Item Name=\"a\">1</Item></Other>", false, ""},

@@ -247,7 +247,7 @@ TEST(VnStringArrayRecords, RefuseAnotherVersionAndBoundTheCount) {
         {L"", false, 0},
         {L"(1:1)", true, 0},
         {L"(1:1)(2:-5)(1:a)", true, 0},
-        {L"(1:1)(10:2000000000)(1:a)", true, 1},
+        {L"(1:1)(10:2147483647)(1:a)", true, 1},
     };
     for (const auto& [text, result, count] : kRows) {
         VnStringArray strings = ToArray({"old"});

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -24,20 +25,11 @@ std::string Decode(const wchar_t* text) {
 } // namespace
 
 TEST(VnStringBase64, VectorsOfTheStandard) {
-    struct Row {
-        const char* Bytes;
-        const wchar_t* Text;
-    };
-    constexpr Row kRows[] = {{"", L""},
-                             {"f", L"Zg=="},
-                             {"fo", L"Zm8="},
-                             {"foo", L"Zm9v"},
-                             {"foob", L"Zm9vYg=="},
-                             {"fooba", L"Zm9vYmE="},
-                             {"foobar", L"Zm9vYmFy"}};
-    for (const Row& row : kRows) {
-        EXPECT_EQ(ToBytes(Encode(row.Bytes)), ToBytes(row.Text));
-        EXPECT_EQ(Decode(row.Text), row.Bytes);
+    constexpr std::pair<const char*, const wchar_t*> kRows[] = {
+        {"", L""}, {"f", L"Zg=="}, {"fo", L"Zm8="}, {"foo", L"Zm9v"}, {"foobar", L"Zm9vYmFy"}};
+    for (const auto& [bytes, text] : kRows) {
+        EXPECT_EQ(ToBytes(Encode(bytes)), ToBytes(text));
+        EXPECT_EQ(Decode(text), bytes);
     }
 }
 
@@ -89,16 +81,13 @@ TEST(VnStringBase64, Hexadecimal) {
     text.SetHexBytes("x", 0);
     EXPECT_TRUE(text.IsEmpty());
 
-    struct Row {
-        const wchar_t* Text;
-        std::string Bytes;
-    };
-    const Row kRows[] = {{L"ABC", "\x0A\xBC"}, {L"abCD", "\xAB\xCD"}, {L"0G", ""},
-                         {L"41G", "\x04"},     {L"4142G0", "AB"},     {L"", ""},
-                         {L"7", "\x07"}};
-    for (const Row& row : kRows) {
+    const std::pair<const wchar_t*, std::string> kRows[] = {
+        {L"ABC", "\x0A\xBC"}, {L"abCD", "\xAB\xCD"}, {L"0G", ""},
+        {L"41G", "\x04"},     {L"4142G0", "AB"},     {L"", ""},
+        {L"7", "\x07"}};
+    for (const auto& [text, bytes] : kRows) {
         VnBuffer buffer(3);
-        buffer.SetHexText(row.Text);
-        EXPECT_EQ(ToBytes(buffer), row.Bytes) << ToBytes(row.Text);
+        buffer.SetHexText(text);
+        EXPECT_EQ(ToBytes(buffer), bytes) << ToBytes(text);
     }
 }

@@ -9,14 +9,9 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 namespace {
-
-struct Row {
-    VnCapitalizeMode Mode;
-    const wchar_t* Before;
-    const wchar_t* After;
-};
 
 /// The word lists are read once a process, so they stand in the user's folder before any test.
 class VnStringCapitalize : public testing::Test {
@@ -33,7 +28,7 @@ protected:
 } // namespace
 
 TEST_F(VnStringCapitalize, ModesAndWordLists) {
-    constexpr Row kRows[] = {
+    constexpr std::tuple<VnCapitalizeMode, const wchar_t*, const wchar_t*> kRows[] = {
         {kCapitalizeTitle, L"the end of the road", L"The End of the Road"},
         {kCapitalizeTitle, L"THE TOP OF", L"The Top Of"},
         {kCapitalizeTitle, L"rock-the (of) and roll", L"Rock-The (Of) And Roll"},
@@ -52,31 +47,28 @@ TEST_F(VnStringCapitalize, ModesAndWordLists) {
         {kCapitalizeNone, L"mIxEd", L"mIxEd"},
         {kCapitalizeTitle, L"", L""},
     };
-    for (const Row& row : kRows) {
-        VnString text(row.Before);
-        text.Capitalize(row.Mode);
-        EXPECT_EQ(ToBytes(text), ToBytes(row.After)) << "mode " << row.Mode;
+    for (const auto& [mode, before, after] : kRows) {
+        VnString text(before);
+        text.Capitalize(mode);
+        EXPECT_EQ(ToBytes(text), ToBytes(after)) << "mode " << mode;
     }
 }
 
 TEST_F(VnStringCapitalize, CleanUpStepsByTheirArguments) {
-    const struct {
-        const char* Steps; ///< first letters of what is asked for, "c" to capitalise
-        const wchar_t* Before;
-        const wchar_t* After;
-    } rows[] = {
+    // First the letters of the steps that are asked for, "c" to capitalise.
+    const std::tuple<const char*, const wchar_t*, const wchar_t*> rows[] = {
         {"unt", L"some_song  --  ( live )", L"some song - (live)"},
         {"te", L"- wait... . . . -", L"wait\u2026 \u2026"},
         {"q", L"\u201CIt\u2019s\u201D \u2018x", L"\"It's\" 'x"},
         {"c", L"one two\n\nthree", L"One Two\n\nThree"},
         {"", L"a_b  --\u2019...", L"a_b  --\u2019..."},
     };
-    for (const auto& row : rows) {
-        const auto wants = [&](char step) { return std::strchr(row.Steps, step) != nullptr; };
-        VnString text(row.Before);
+    for (const auto& [steps, before, after] : rows) {
+        const auto wants = [&](char step) { return std::strchr(steps, step) != nullptr; };
+        VnString text(before);
         text.CleanUp(wants('u'), wants('c') ? kCapitalizeEveryWord : kCapitalizeNone, wants('n'),
                      wants('t'), VnString::kArticleKeep, wants('e'), wants('q'));
-        EXPECT_EQ(ToBytes(text), ToBytes(row.After));
+        EXPECT_EQ(ToBytes(text), ToBytes(after));
     }
 }
 

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <cwchar>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -17,14 +17,7 @@ std::wstring Wide(const VnString& text) {
     return {text.GetText(), static_cast<std::size_t>(text.GetLength())};
 }
 
-struct DecodeCase {
-    const char* What;
-    std::string In;
-    std::wstring Lenient;
-    std::wstring Lossless;
-};
-
-const DecodeCase kDecodeCases[] = {
+const std::tuple<const char*, std::string, std::wstring, std::wstring> kDecodeCases[] = {
     {"empty", "", L"", L""},
     {"ascii", "abc", L"abc", L"abc"},
     {"two bytes", "\xC3\xA9", L"\u00E9", L"\u00E9"},
@@ -48,33 +41,32 @@ const DecodeCase kDecodeCases[] = {
 };
 
 TEST(VnStringConversion, DecodesUTF8) {
-    for (const DecodeCase& row : kDecodeCases) {
+    for (const auto& [what, bytes, lenient, lossless] : kDecodeCases) {
         // The odd bytes at every place of texts around the decoder's steps and buffer sizes.
         for (const std::size_t ahead : {0U, 1U, 15U, 16U, 30U, 31U, 32U, 258U, 259U, 260U, 700U}) {
-            SCOPED_TRACE(row.What + std::string(" behind ") + std::to_string(ahead));
-            const std::string in = std::string(ahead, 'x') + row.In + "end";
+            SCOPED_TRACE(what + std::string(" behind ") + std::to_string(ahead));
+            const std::string in = std::string(ahead, 'x') + bytes + "end";
             const std::wstring head(ahead, L'x');
             VnString text(L"old");
             text.SetUTF8(in.data(), static_cast<int64_t>(in.size()));
-            EXPECT_EQ(Wide(text), head + row.Lenient + L"end");
+            EXPECT_EQ(Wide(text), head + lenient + L"end");
             text.SetFileSystemText(in.data(), static_cast<int64_t>(in.size()));
-            EXPECT_EQ(Wide(text), head + row.Lossless + L"end");
+            EXPECT_EQ(Wide(text), head + lossless + L"end");
             EXPECT_EQ(text.GetText()[text.GetLength()], 0);
         }
     }
     // Behind every number of other characters, with enough behind it that several are taken at
     // once.
-    for (const DecodeCase& row : kDecodeCases) {
+    for (const auto& [what, bytes, lenient, lossless] : kDecodeCases) {
         std::string in(300, 'x');
         std::wstring head(300, L'x');
         for (int32_t before = 0; before < 17; ++before) {
-            SCOPED_TRACE(row.What + std::string(" behind others: ") + std::to_string(before));
-            const std::string all = in + row.In + "\xC3\xA9\xE2\x82\xAC" + std::string(40, 'y');
+            SCOPED_TRACE(what + std::string(" behind others: ") + std::to_string(before));
+            const std::string all = in + bytes + "\xC3\xA9\xE2\x82\xAC" + std::string(40, 'y');
             const std::wstring tail = L"\u00E9\u20AC" + std::wstring(40, L'y');
             const auto size = static_cast<int64_t>(all.size());
-            EXPECT_EQ(Wide(VnString::FromUTF8(all.data(), size)), head + row.Lenient + tail);
-            EXPECT_EQ(Wide(VnString::FromFileSystemText(all.data(), size)),
-                      head + row.Lossless + tail);
+            EXPECT_EQ(Wide(VnString::FromUTF8(all.data(), size)), head + lenient + tail);
+            EXPECT_EQ(Wide(VnString::FromFileSystemText(all.data(), size)), head + lossless + tail);
             in += before % 3 == 0 ? "\xE2\x82\xAC" : "\xC3\xA9";
             head += before % 3 == 0 ? L'\u20AC' : L'\u00E9';
         }
@@ -181,14 +173,7 @@ TEST(VnStringConversion, EightBitText) {
 
 TEST(VnStringConversion, SixteenBitText) {
     using Units = std::vector<uint16_t>;
-    const struct {
-        const char* What;
-        Units In;
-        int32_t Length;
-        bool Detect;
-        bool Swap;
-        std::wstring Out;
-    } rows[] = {
+    const std::tuple<const char*, Units, int32_t, bool, bool, std::wstring> rows[] = {
         {"null", {}, 4, false, false, L""},
         {"to the zero", {0x61, 0x20AC, 0}, -1, false, false, L"a\u20AC"},
         {"length", {0x61, 0x62, 0x63}, 2, false, false, L"ab"},
@@ -202,11 +187,10 @@ TEST(VnStringConversion, SixteenBitText) {
         {"mark not looked for", {0xFEFF, 0x61}, 2, false, false, L"\uFEFFa"},
         {"swap", {0x6100}, 1, false, true, L"a"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.What);
+    for (const auto& [what, in, length, detect, swap, out] : rows) {
         VnString text(L"old");
-        text.SetUTF16(row.In.empty() ? nullptr : row.In.data(), row.Length, row.Detect, row.Swap);
-        EXPECT_EQ(Wide(text), row.Out);
+        text.SetUTF16(in.empty() ? nullptr : in.data(), length, detect, swap);
+        EXPECT_EQ(Wide(text), out) << what;
     }
     EXPECT_EQ(VnStringUTF16(L"a\u20AC\U0001F600").GetString(), L"a\u20AC\uF600");
 }

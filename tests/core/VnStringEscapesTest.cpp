@@ -46,17 +46,6 @@ TEST(VnStringEscapes, EscapeXML) {
     expect(62, {"\t\n\r | \t\n\r", "plain \xC3\xA9 | plain \xC3\xA9", " | "});
 }
 
-TEST(VnStringEscapes, TextWithoutWorkKeepsItsSharedBlock) {
-    VnString text(L"Plain-Text_1.0~");
-    const VnString twin(text);
-    text.EncodeURL(L'%', false);
-    text.EscapeXML(62);
-    text.EscapeBackslash();
-    text.EscapeChars(L",", L'\\');
-    text.DecodeEntities();
-    EXPECT_EQ(text.GetText(), twin.GetText());
-}
-
 TEST(VnStringEscapes, DecodeEscapes) {
     ExpectChanges({"\\u00e9\\U0041 | \xC3\xA9"
                    "A",

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <tuple>
 
 namespace {
 
@@ -42,12 +43,8 @@ TEST(VnStringRecords, GrowsInSteps) {
 }
 
 TEST(VnStringRecords, Rejects) {
-    const struct {
-        const wchar_t* Text;
-        int32_t Start;
-        int32_t End; ///< where reading stops
-        bool Seems;  ///< that a record begins there
-    } rows[] = {
+    // Where reading starts and stops, and whether a record seems to begin there.
+    const std::tuple<const wchar_t*, int32_t, int32_t, bool> rows[] = {
         {L"", 0, 0, false},
         {L"(3:abc)", -1, -1, false},
         {L"(3:abc)", 7, 7, false},
@@ -63,16 +60,16 @@ TEST(VnStringRecords, Rejects) {
         {L"(99999999999999999999:a)", 0, 22, true},
         {L"(4294967297:a)", 0, 12, true},
     };
-    for (const auto& row : rows) {
-        const VnString text(row.Text);
-        SCOPED_TRACE(ToBytes(text) + " at " + std::to_string(row.Start));
+    for (const auto& [record, start, end, seems] : rows) {
+        const VnString text(record);
+        SCOPED_TRACE(ToBytes(text) + " at " + std::to_string(start));
         VnString out(L"old");
-        int32_t position = row.Start;
+        int32_t position = start;
         EXPECT_FALSE(text.ReadSerialized(position, out, L"default"));
         EXPECT_EQ(out, L"default");
-        EXPECT_EQ(position, row.End);
-        EXPECT_EQ(text.IsSerializedAt(row.Start), row.Seems);
-        position = row.Start;
+        EXPECT_EQ(position, end);
+        EXPECT_EQ(text.IsSerializedAt(start), seems);
+        position = start;
         EXPECT_EQ(text.ReadSerializedInt(position, 5), 5);
     }
 }

@@ -57,14 +57,6 @@ TEST(VnStringReplace, ListGivesHitsAndText) {
     }
 }
 
-TEST(VnStringReplace, ATextWithoutAHitKeepsItsSharedBlock) {
-    VnString text(L"nothing here");
-    const VnString twin(text);
-    EXPECT_EQ(text.Replace(L"x", L"y"), 0);
-    EXPECT_EQ(text.ReplaceChar(L'x', L'y'), 0);
-    EXPECT_EQ(text.GetText(), twin.GetText());
-}
-
 TEST(VnStringReplace, ArgumentsMayPointIntoTheText) {
     VnString text(L"ab-ab");
     EXPECT_EQ(text.Replace(text.GetText() + 3, text), 2);

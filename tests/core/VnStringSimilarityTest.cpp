@@ -7,14 +7,15 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
 
 constexpr int32_t kTooFar = 0x7fffffff;
 
-/// The textbook table, without any short cut.
-int32_t PlainDistance(const std::wstring& a, const std::wstring& b) {
+/// The textbook table, without any short cut, at some cost of a character in the place of another.
+int32_t PlainDistance(const std::wstring& a, const std::wstring& b, int32_t replaceCost) {
     std::vector<std::vector<int32_t>> table(a.size() + 1, std::vector<int32_t>(b.size() + 1));
     for (size_t i = 0; i <= a.size(); ++i) {
         for (size_t j = 0; j <= b.size(); ++j) {
@@ -22,19 +23,9 @@ int32_t PlainDistance(const std::wstring& a, const std::wstring& b) {
                 table[i][j] = static_cast<int32_t>(i + j);
                 continue;
             }
-            table[i][j] = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1,
-                                    table[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1)});
-        }
-    }
-    return table[a.size()][b.size()];
-}
-
-int32_t PlainCommonLength(const std::wstring& a, const std::wstring& b) {
-    std::vector<std::vector<int32_t>> table(a.size() + 1, std::vector<int32_t>(b.size() + 1));
-    for (size_t i = 1; i <= a.size(); ++i) {
-        for (size_t j = 1; j <= b.size(); ++j) {
-            table[i][j] = a[i - 1] == b[j - 1] ? table[i - 1][j - 1] + 1
-                                               : std::max(table[i - 1][j], table[i][j - 1]);
+            table[i][j] =
+                std::min({table[i - 1][j] + 1, table[i][j - 1] + 1,
+                          table[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : replaceCost)});
         }
     }
     return table[a.size()][b.size()];
@@ -65,9 +56,11 @@ TEST(VnStringSimilarity, AgreesWithTheFullTables) {
         const std::wstring a = RandomText(random);
         const std::wstring b = RandomText(random);
         const VnString common = VnString::LongestCommonSubsequence(a.c_str(), b.c_str());
-        EXPECT_EQ(common.GetLength(), PlainCommonLength(a, b));
+        // When replacing costs as much as removing and adding, what is left alone is common.
+        EXPECT_EQ(2 * common.GetLength() + PlainDistance(a, b, 2),
+                  static_cast<int32_t>(a.size() + b.size()));
         EXPECT_TRUE(IsSubsequence(common.GetText(), a) && IsSubsequence(common.GetText(), b));
-        const int32_t distance = PlainDistance(a, b);
+        const int32_t distance = PlainDistance(a, b, 1);
         EXPECT_EQ(VnString(a.c_str()).Levenshtein(b.c_str()), distance);
         for (int32_t limit = -1; limit < 13; ++limit) {
             EXPECT_EQ(VnString(a.c_str()).Levenshtein(b.c_str(), limit),
@@ -85,43 +78,34 @@ TEST(VnStringSimilarity, CompareIsFolded) {
 }
 
 TEST(VnStringSimilarity, IsSimilarGrowsWithThisText) {
-    struct Row {
-        const wchar_t* Text;
-        const wchar_t* Other;
-        bool Similar;
-    };
-    constexpr Row kRows[] = {{L"abcd", L"abcf", true},
-                             {L"abc", L"abd", false},
-                             {L"abc", L"ABC", true},
-                             {L"abcdefgh", L"abcdefxy", true},
-                             {L"abcdefgh", L"abcdexyz", false},
-                             {L"abcdefghijklmnopqrstuvwxyz", L"bcdefghijklmnopqrstuvw", false},
-                             {L"abcdefghijklmnopqrstuvwxyz", L"bcdefghijklmnopqrstuvwxy", true},
-                             {L"", L"", true}};
-    for (const Row& row : kRows) {
-        EXPECT_EQ(VnString(row.Text).IsSimilar(row.Other), row.Similar) << ToBytes(row.Text);
+    constexpr std::tuple<const wchar_t*, const wchar_t*, bool> kRows[] = {
+        {L"abcd", L"abcf", true},
+        {L"abc", L"abd", false},
+        {L"abc", L"ABC", true},
+        {L"abcdefgh", L"abcdefxy", true},
+        {L"abcdefgh", L"abcdexyz", false},
+        {L"abcdefghijklmnopqrstuvwxyz", L"bcdefghijklmnopqrstuvw", false},
+        {L"abcdefghijklmnopqrstuvwxyz", L"bcdefghijklmnopqrstuvwxy", true},
+        {L"", L"", true}};
+    for (const auto& [text, other, similar] : kRows) {
+        EXPECT_EQ(VnString(text).IsSimilar(other), similar) << ToBytes(text);
     }
 }
 
 TEST(VnStringSimilarity, PatternClassesAndEnds) {
-    struct Row {
-        const wchar_t* Text;
-        const wchar_t* Pattern;
-        bool CaseFlag;
-        bool Matches;
-    };
-    constexpr Row kRows[] = {{L"", L"", true, true},        {L"a", L"", true, false},
-                             {L"", L"a", true, false},      {L"7", L"\\#", true, true},
-                             {L"x", L"\\#", true, false},   {L"x", L"\\a", true, true},
-                             {L"7", L"\\a", true, false},   {L"x7", L"\\$\\$", true, true},
-                             {L"-", L"\\$", true, false},   {L"fA9", L"\\h\\h\\h", true, true},
-                             {L"g", L"\\h", true, false},   {L"\\", L"\\\\", true, true},
-                             {L"a", L"\\\\", true, false},  {L"ABC", L"abc", false, true},
-                             {L"ABC", L"abc", true, false}, {L"abc", L"ab", true, false},
-                             {L"ab", L"abc", true, false},  {L"a", L"\\", true, false}};
-    for (const Row& row : kRows) {
-        EXPECT_EQ(VnString(row.Text).MatchesPattern(row.Pattern, row.CaseFlag), row.Matches)
-            << ToBytes(row.Text) << " against " << ToBytes(row.Pattern);
+    constexpr std::tuple<const wchar_t*, const wchar_t*, bool, bool> kRows[] = {
+        {L"", L"", true, true},        {L"a", L"", true, false},
+        {L"", L"a", true, false},      {L"7", L"\\#", true, true},
+        {L"x", L"\\#", true, false},   {L"x", L"\\a", true, true},
+        {L"7", L"\\a", true, false},   {L"x7", L"\\$\\$", true, true},
+        {L"-", L"\\$", true, false},   {L"fA9", L"\\h\\h\\h", true, true},
+        {L"g", L"\\h", true, false},   {L"\\", L"\\\\", true, true},
+        {L"a", L"\\\\", true, false},  {L"ABC", L"abc", false, true},
+        {L"ABC", L"abc", true, false}, {L"abc", L"ab", true, false},
+        {L"ab", L"abc", true, false},  {L"a", L"\\", true, false}};
+    for (const auto& [text, pattern, caseFlag, matches] : kRows) {
+        EXPECT_EQ(VnString(text).MatchesPattern(pattern, caseFlag), matches)
+            << ToBytes(text) << " against " << ToBytes(pattern);
     }
 }
 

@@ -13,8 +13,10 @@
 #include <clocale>
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -39,13 +41,8 @@ TEST(VnStringManager, WorksInStaticInitialisers) {
 }
 
 TEST(VnStringManager, PoolGivesTheTightestBlockAndTheFirstOfEquals) {
-    const struct {
-        const char* What;
-        std::vector<int32_t> Lengths; ///< of the blocks in the pool
-        int32_t Wanted;
-        bool UsePool;
-        int32_t Taken; ///< index of the block that is given, -1 for a new one
-    } rows[] = {
+    // Lengths of the blocks in the pool, and the index of the one that is given, -1 for a new one.
+    const std::tuple<const char*, std::vector<int32_t>, int32_t, bool, int32_t> rows[] = {
         {"tightest, first of equals", {299, 99, 199, 199, 59}, 120, true, 2},
         {"an excess of 15 ends the scan", {115, 100}, 100, true, 0},
         {"one of 16 does not", {116, 100}, 100, true, 1},
@@ -53,11 +50,11 @@ TEST(VnStringManager, PoolGivesTheTightestBlockAndTheFirstOfEquals) {
         {"not asked", {100}, 100, false, -1},
     };
     VnStringGlobals& globals = VnStringGlobals::Get();
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.What);
+    for (const auto& [what, lengths, wanted, usePool, takenIndex] : rows) {
+        SCOPED_TRACE(what);
         EmptyPool();
         std::vector<VnStringHeader*> blocks;
-        for (const int32_t length : row.Lengths) {
+        for (const int32_t length : lengths) {
             blocks.push_back(globals.AllocateBlock(length, false));
         }
         for (VnStringHeader* block : blocks) {
@@ -65,13 +62,13 @@ TEST(VnStringManager, PoolGivesTheTightestBlockAndTheFirstOfEquals) {
         }
         const auto pooled = static_cast<int32_t>(blocks.size());
         ASSERT_EQ(globals.GetPoolCount(), pooled);
-        VnStringHeader* given = globals.AllocateBlock(row.Wanted, row.UsePool);
-        const bool isNew = row.Taken < 0;
+        VnStringHeader* given = globals.AllocateBlock(wanted, usePool);
+        const bool isNew = takenIndex < 0;
         EXPECT_EQ(std::find(blocks.begin(), blocks.end(), given) - blocks.begin(),
-                  isNew ? pooled : row.Taken);
+                  isNew ? pooled : takenIndex);
         EXPECT_EQ(given->Capacity,
-                  1 + (isNew ? row.Wanted : row.Lengths[static_cast<std::size_t>(row.Taken)]));
-        EXPECT_EQ(given->Length, row.Wanted);
+                  1 + (isNew ? wanted : lengths[static_cast<std::size_t>(takenIndex)]));
+        EXPECT_EQ(given->Length, wanted);
         EXPECT_EQ(given->ReferenceCount, 1);
         EXPECT_EQ(globals.GetPoolCount(), pooled - (isNew ? 0 : 1));
         globals.FreeBlock(given);
@@ -245,17 +242,15 @@ TEST(VnString, SelfAssignmentAndMoves) {
     EXPECT_TRUE(text.IsEmpty()); // NOLINT(bugprone-use-after-move): it stays usable
     target = L'x';
     EXPECT_EQ(target, L"x");
+    const std::unique_ptr<wchar_t[]> copy(target.CreateCopy());
+    EXPECT_STREQ(copy.get(), L"x");
     target = L'\0';
     EXPECT_TRUE(target.IsEmpty());
 }
 
 TEST(VnString, GetBufferGrowsByTheRule) {
-    const struct {
-        const char* What;
-        int32_t MinLength;
-        bool Exact;
-        int32_t Capacity; ///< with the terminator, of a private text of 3 characters
-    } cases[] = {
+    // The capacity, with the terminator, is that of a private text of 3 characters.
+    const std::tuple<const char*, int32_t, bool, int32_t> cases[] = {
         {"fits", 3, false, 4},
         {"no size", -1, false, 4},
         {"just not", 4, false, 9},
@@ -267,12 +262,12 @@ TEST(VnString, GetBufferGrowsByTheRule) {
         {"at two mebi", 0x200000, false, 0x200001},
     };
     EmptyPool();
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.What);
+    for (const auto& [what, minLength, exact, capacity] : cases) {
+        SCOPED_TRACE(what);
         VnString text(L"abc");
         Access::Adopt(text, VnStringGlobals::Get().CreateString(L"abc", 3, -1, false, true, false));
-        text.GetBuffer(row.MinLength, row.Exact);
-        EXPECT_EQ(text.GetCapacity(), row.Capacity);
+        text.GetBuffer(minLength, exact);
+        EXPECT_EQ(text.GetCapacity(), capacity);
         EXPECT_EQ(Access::Count(text), VnStringHeader::kLockedCount);
         text.ReleaseBuffer();
         EXPECT_EQ(text, L"abc");
@@ -330,13 +325,7 @@ TEST(VnString, FreeExtra) {
 }
 
 TEST(VnString, AssignReadsMarksAndSwaps) {
-    const struct {
-        const wchar_t* In;
-        int32_t Length;
-        bool Detect;
-        bool Swap;
-        const wchar_t* Out;
-    } rows[] = {
+    const std::tuple<const wchar_t*, int32_t, bool, bool, const wchar_t*> rows[] = {
         {L"\xFEFF\x61\x62", -1, true, false, L"ab"},
         {L"\xFFFE\x61000000\x62000000", -1, true, false, L"ab"},
         {L"\xFFFE\x61000000\x62000000", 2, true, false, L"a"},
@@ -345,23 +334,11 @@ TEST(VnString, AssignReadsMarksAndSwaps) {
         {L"\xFEFF", 1, true, false, L""},
         {nullptr, 5, true, true, L""},
     };
-    for (const auto& row : rows) {
+    for (const auto& [in, length, detect, swap, out] : rows) {
         VnString text(L"old");
-        text.Assign(row.In, row.Length, row.Detect, row.Swap);
-        EXPECT_EQ(text, row.Out) << &row - rows;
+        text.Assign(in, length, detect, swap);
+        EXPECT_EQ(text, out) << length << ToBytes(out);
     }
-}
-
-TEST(VnString, SetAt) {
-    VnString text(L"abc");
-    text.SetAt(3, L'x');
-    text.SetAt(-1, L'x');
-    EXPECT_EQ(text, L"abc");
-    text.SetAt(1, 0);
-    EXPECT_EQ(text, VnString(L"a"));
-    const wchar_t* copy = text.CreateCopy();
-    EXPECT_STREQ(copy, L"a");
-    delete[] copy;
 }
 
 TEST(VnString, ManyThreadsMayShareOneBlock) {
@@ -388,36 +365,28 @@ TEST(VnString, ManyThreadsMayShareOneBlock) {
     EXPECT_EQ(Access::Count(mine), 2);
 }
 
-TEST(VnDllString, ReachesTheText) {
+TEST(VnString, OtherModulesReachTextAndBytesThroughAdapters) {
     VnString text(L"abc");
-    const VnString twin(text);
     VnDllString adapter(text);
     IVnDllString& far = adapter;
     far.Set(L"hello", 3);
     EXPECT_STREQ(far.GetCharacters(), L"hel");
-    far.Set(L"hello", -1);
     far.GetBuffer(20, true)[0] = L'J';
-    far.ReleaseBuffer(5);
-    EXPECT_EQ(text, L"Jello");
+    far.ReleaseBuffer(2);
+    EXPECT_EQ(text, L"Je");
     far.Empty();
     EXPECT_TRUE(text.IsEmpty());
-    EXPECT_EQ(twin, L"abc");
-}
 
-TEST(VnDllBuffer, SizesTheBuffer) {
-    VnBuffer buffer;
-    VnDllBuffer adapter(buffer);
-    IVnDllBuffer& far = adapter;
-    EXPECT_EQ(far.GetData(), nullptr);
-    far.SetSize(4);
-    *static_cast<char*>(far.GetData()) = 'x';
-    far.SetSize(2);
-    EXPECT_EQ(far.GetSize(), 2);
-    EXPECT_EQ(buffer.GetAllocatedSize(), 4);
-    far.SetSize(100);
-    EXPECT_EQ(*buffer.GetData(), 'x');
-    far.SetSize(0);
-    EXPECT_EQ(far.GetSize(), 0);
+    VnBuffer buffer = ToBuffer("x");
+    VnDllBuffer bufferAdapter(buffer);
+    IVnDllBuffer& bytes = bufferAdapter;
+    for (const int64_t size : {4, 2, 100}) {
+        bytes.SetSize(size);
+        EXPECT_EQ(bytes.GetSize(), size);
+        EXPECT_EQ(buffer.GetAllocatedSize(), std::max<int64_t>(size, 4));
+        EXPECT_EQ(bytes.GetData(), buffer.GetData());
+        EXPECT_EQ(*buffer.GetData(), 'x');
+    }
 }
 
 } // namespace

@@ -22,6 +22,7 @@ struct Row {
 const Row kRows[] = {
     {"empty", "", L""},
     {"ASCII", "abc", L"abc"},
+    {"one byte", "\xE9", L"\u00E9"},
     {"8-bit", "caf\xE9\x80", L"caf\u00E9\u0080"},
     {"UTF-8", "caf\xC3\xA9", L"caf\u00E9"},
     {"UTF-8 with mark", "\xEF\xBB\xBFx\xC3\xA9", L"x\u00E9"},

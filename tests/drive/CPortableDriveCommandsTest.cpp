@@ -113,11 +113,7 @@ TEST_F(CommandsTest, RebuildsOnYesOnly) {
 }
 
 TEST_F(CommandsTest, NamesTheDevice) {
-    struct Row {
-        Properties Values;
-        const wchar_t* Expected;
-    };
-    const Row rows[] = {
+    const std::pair<Properties, const wchar_t*> rows[] = {
         {{{L"DisplayName", L"Card (/media/u/C)"}}, L"Card (/media/u/C)"},
         {{{L"DisplayName", L"Card (/media/u/C)"},
           {L"IsDrive", L"1"},
@@ -129,10 +125,10 @@ TEST_F(CommandsTest, NamesTheDevice) {
          L"C (/media/x)"},
         {{{L"DisplayName", L""}, {L"IsDrive", L"1"}}, L""},
     };
-    for (const Row& row : rows) {
-        Start(row.Values);
+    for (const auto& [values, expected] : rows) {
+        Start(values);
         CPortableDriveGeneric drive(Front.get());
-        EXPECT_EQ(drive.GetDisplayName(), row.Expected);
+        EXPECT_EQ(drive.GetDisplayName(), expected);
     }
 }
 

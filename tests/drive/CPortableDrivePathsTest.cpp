@@ -4,11 +4,7 @@
 
 namespace {
 
-class PathsTest : public DeviceFixture {
-protected:
-    /// A drive of the fixture's record.
-    CPortableDriveGeneric Drive() { return CPortableDriveGeneric(Front.get()); }
-};
+class PathsTest : public DeviceFixture {};
 
 struct BasePathCase {
     const char* What;

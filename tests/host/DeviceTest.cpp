@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -65,11 +66,7 @@ TEST(DeviceRoot, FencesInTheDevice) {
     CDeviceRoot root;
     std::string error;
     ASSERT_TRUE(root.Open(folder / "dev", error)) << error;
-    struct Row {
-        const char* Path;
-        bool IsInside;
-    };
-    constexpr Row kRows[] = {
+    constexpr std::pair<const char*, bool> kRows[] = {
         {"dev/Music/a.mp3", true},       {"dev/Music/new.mp3", true},
         {"dev/new/deep/er.mp3", true},   {"dev/a.mp3", true},
         {"dev/inner/a.mp3", true},       {"dev/escape/b.mp3", false},
@@ -77,8 +74,8 @@ TEST(DeviceRoot, FencesInTheDevice) {
         {"dev/Music/link.mp3", false},   {"out/b.mp3", false},
         {"device/c.mp3", false},         {"dev/Music/../../out/b.mp3", false},
     };
-    for (const Row& row : kRows) {
-        EXPECT_EQ(root.IsInside(folder / row.Path), row.IsInside) << row.Path;
+    for (const auto& [path, isInside] : kRows) {
+        EXPECT_EQ(root.IsInside(folder / path), isInside) << path;
     }
     EXPECT_TRUE(root.IsStillThere());
     fs::rename(folder / "dev", folder / "old");
@@ -131,33 +128,23 @@ TEST(DeviceProperties, TakesOverridesOfEveryKeyButThePlace) {
 }
 
 TEST(DeviceProperties, NamesTheKeysThatNobodyLooksAt) {
-    CDeviceProperties properties(L"/m/CARD/", L"CARD");
-    std::string error;
-    for (const char* setting : {"playlistformat=6", "DisplayName=x", "audiosearchpath=x",
-                                "SaveVideoThumbnailToFileJPG=1", "Bogus=1", "AudioBasePaths=x"}) {
-        EXPECT_TRUE(properties.Override(setting, error)) << setting;
-    }
-    EXPECT_EQ(properties.GetUnknownKeys(),
+    const Targets targets({"playlistformat=6", "DisplayName=x", "audiosearchpath=x",
+                           "SaveVideoThumbnailToFileJPG=1", "Bogus=1", "AudioBasePaths=x"});
+    EXPECT_EQ(targets.Properties.GetUnknownKeys(),
               (std::vector<std::wstring>{L"Bogus", L"AudioBasePaths"}));
-    EXPECT_EQ(properties.Get(L"Bogus"), L"1");
+    EXPECT_EQ(targets.Properties.Get(L"Bogus"), L"1");
 }
 
 TEST(DeviceProperties, MakesBasePathsAsTheDriveDoes) {
-    struct Row {
-        const char* Value;
-        const wchar_t* Path;
-    };
-    constexpr Row kRows[] = {
+    constexpr std::pair<const char*, const wchar_t*> kRows[] = {
         {"Music/", L"/m/CARD/Music/"},   {"", L"/m/CARD/"},
         {"ROOT", L"/m/CARD/"},           {"ROOT\\Music\\", L"/m/CARD/Music/"},
         {"root\\a\\b", L"/m/CARD/a/b/"}, {"a\\ROOT\\ROOT", L"/m/CARD/a/ROOT/"},
         {"a//", L"/m/CARD/a/"},
     };
-    for (const Row& row : kRows) {
-        CDeviceProperties properties(L"/m/CARD/", L"CARD");
-        std::string error;
-        ASSERT_TRUE(properties.Override(std::string("DataBasePath=") + row.Value, error));
-        EXPECT_EQ(properties.GetBasePath(L"DataBasePath"), row.Path) << row.Value;
+    for (const auto& [value, path] : kRows) {
+        const Targets targets({std::string("DataBasePath=") + value});
+        EXPECT_EQ(targets.Properties.GetBasePath(L"DataBasePath"), path) << value;
     }
 }
 

@@ -119,23 +119,24 @@ TEST_F(LibraryTest, FollowsLinksToNewPlacesOnly) {
 }
 
 TEST_F(LibraryTest, OpensAFileOnceUntilItChanges) {
+    const std::string odd = "b\351\360\237\214\254.mp3"; // partly no UTF-8
     Song("a.mp3");
-    Song("b.mp3");
+    Song(odd);
     Folder.Write("lib/bad.mp3", "");
-    EXPECT_EQ(Scan().size(), 2U);
+    EXPECT_THAT(Scan(), ElementsAre("a.mp3", odd));
     EXPECT_EQ(Tags.Count, 2);
     EXPECT_EQ(ReadCount, 3U);
-    EXPECT_EQ(Scan().size(), 2U);
+    EXPECT_THAT(Scan(), ElementsAre("a.mp3", odd));
     EXPECT_EQ(Tags.Count, 2);
     EXPECT_EQ(ReadCount, 0U);
     EXPECT_EQ(PassedOver["bad.mp3"], "empty") << "what was found out is remembered, too";
     fs::last_write_time(Folder / "lib/a.mp3",
                         fs::file_time_type::clock::now() + std::chrono::hours(1));
     Folder.Write("lib/bad.mp3", CSampleMedia::MakeMP3(2));
-    EXPECT_THAT(Scan(), ElementsAre("a.mp3", "b.mp3", "bad.mp3"));
+    EXPECT_THAT(Scan(), ElementsAre("a.mp3", "bad.mp3", odd));
     EXPECT_EQ(ReadCount, 2U);
     fs::remove(Folder / "lib/a.mp3");
-    EXPECT_THAT(Scan(), ElementsAre("b.mp3", "bad.mp3"));
+    EXPECT_THAT(Scan(), ElementsAre("bad.mp3", odd));
     EXPECT_EQ(ReadCount, 0U);
 }
 
@@ -145,14 +146,5 @@ TEST_F(LibraryTest, WorksWithADamagedIndex) {
     EXPECT_THAT(Scan(), ElementsAre("a.mp3"));
     EXPECT_TRUE(Folder.Exists("index.db.damaged"));
     Scan();
-    EXPECT_EQ(ReadCount, 0U);
-}
-
-TEST_F(LibraryTest, CarriesNamesThatAreNoUTF8) {
-    const std::string name = "a\xE9"
-                             "b\xF0\x9F\x8C\xAC.mp3";
-    Song(name);
-    EXPECT_THAT(Scan(), ElementsAre(name));
-    EXPECT_THAT(Scan(), ElementsAre(name));
     EXPECT_EQ(ReadCount, 0U);
 }

@@ -4,18 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
-
-namespace {
-
-struct Row {
-    std::wstring Text;
-    std::wstring Clean;
-};
-
-} // namespace
+#include <utility>
 
 TEST(PathCleaner, MakesNamesThatEveryFileSystemHolds) {
-    const Row kRows[] = {
+    const std::pair<std::wstring, std::wstring> kRows[] = {
         {L"", L""},
         {L"Plain name", L"Plain name"},
         {L"a/b\\c", L"a_b_c"},
@@ -40,10 +32,9 @@ TEST(PathCleaner, MakesNamesThatEveryFileSystemHolds) {
         {std::wstring(L"byte ") + static_cast<wchar_t>(0xDCE9), L"byte _"},
         {std::wstring(L"a\0b", 3), L"a_b"},
     };
-    for (const Row& row : kRows) {
-        SCOPED_TRACE(HostPrintable(std::wstring_view(row.Text)));
-        EXPECT_EQ(HostPrintable(std::wstring_view(CPathCleaner::CleanSegment(row.Text))),
-                  HostPrintable(std::wstring_view(row.Clean)));
+    const auto printable = [](std::wstring_view text) { return HostPrintable(text); };
+    for (const auto& [text, clean] : kRows) {
+        EXPECT_EQ(printable(CPathCleaner::CleanSegment(text)), printable(clean)) << printable(text);
     }
 }
 

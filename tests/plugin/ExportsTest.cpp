@@ -41,6 +41,7 @@ protected:
         }
     }
 
+    void SetUp() override { ASSERT_NE(Handle, nullptr) << dlerror(); }
     int32_t Attach(uintptr_t handle) {
         return reinterpret_cast<int32_t (*)(uintptr_t)>(dlsym(Handle, "Attach"))(handle);
     }
@@ -81,7 +82,6 @@ TEST_F(Exports, CarryTheRunPathOfTheInstallation) {
 }
 
 TEST_F(Exports, AttachAndDetachTheToolsModule) {
-    ASSERT_NE(Handle, nullptr) << dlerror();
     EXPECT_EQ(Attach(0x1234), 1);
     const std::vector<std::string> start = TakeJournal(Folder);
     ASSERT_EQ(start.size(), 5U);
@@ -100,7 +100,6 @@ TEST_F(Exports, AttachAndDetachTheToolsModule) {
 }
 
 TEST_F(Exports, ReportMissingToolsAndTryAgainLater) {
-    ASSERT_NE(Handle, nullptr) << dlerror();
     UseTestModules("Missing");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Attach(1), 0);
@@ -116,7 +115,6 @@ TEST_F(Exports, ReportMissingToolsAndTryAgainLater) {
 }
 
 TEST_F(Exports, WriteAndRemoveTheRegistration) {
-    ASSERT_NE(Handle, nullptr) << dlerror();
     Attach(1);
     TakeJournal(Folder);
     EXPECT_EQ(Call("DllRegisterServer"), 0);
@@ -139,7 +137,6 @@ TEST_F(Exports, WriteAndRemoveTheRegistration) {
 }
 
 TEST_F(Exports, RegisterInTheSettingsStoreOfTheFamily) {
-    ASSERT_NE(Handle, nullptr) << dlerror();
     CProcessInfo::GetInstance()->SetModuleDirectory(ToText(TestEnvironment::GetModuleFolder()));
     ASSERT_NE(VnGetToolsRoot(), nullptr);
     for (const bool registered : {true, true, false, false}) {

@@ -160,7 +160,7 @@ TEST(CHTMLTree, RemovedDivsLeaveTheirEnds) {
 }
 
 TEST(CHTMLTree, DepthWidthAndBrokenTagsByTheHundredThousand) {
-    constexpr int kCount = 100000;
+    constexpr int kCount = 400000;
     std::string deep, ends, wide, broken;
     for (int index = 0; index < kCount; ++index) {
         deep += "<div>";

@@ -105,7 +105,7 @@ TEST(CParseJSON, DepthAndWidthAreLimitedByMemoryOnly) {
     }
     CParseJSON document;
     // No object finds a name in the rest; each of them searching it would take minutes.
-    document.Parse(ToText(deep + "{" + std::string(kCount, 'x')));
+    document.Parse(ToText(deep + "{" + std::string(10 * kCount, 'x')));
     int depth = 0;
     for (const auto* node = document.GetNode(L""); node != nullptr; node = node->GetChild(0)) {
         ++depth;

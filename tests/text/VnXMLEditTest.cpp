@@ -3,8 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <initializer_list>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -30,14 +31,16 @@ void CheckResult(const Document& document, const char* text) {
 }
 
 /// Edits with main on the root, and the child position on its first child if there is one.
-void Check(const EditCase& edit) {
-    SCOPED_TRACE(edit.What);
-    Document document;
-    document.SetDocument(ToText(edit.Before));
-    document.FindElement();
-    document.FindChildElement();
-    EXPECT_EQ(edit.Edit(document), edit.Result);
-    CheckResult(document, edit.After);
+void Check(std::initializer_list<EditCase> cases) {
+    for (const EditCase& edit : cases) {
+        SCOPED_TRACE(edit.What);
+        Document document;
+        document.SetDocument(ToText(edit.Before));
+        document.FindElement();
+        document.FindChildElement();
+        EXPECT_EQ(edit.Edit(document), edit.Result);
+        CheckResult(document, edit.After);
+    }
 }
 
 constexpr uint32_t kChild = Document::kInsertChild;
@@ -48,14 +51,10 @@ constexpr uint32_t kReplace = Document::kInsertReplace;
 } // namespace
 
 TEST(VnXMLEdit, ElementsAreInsertedInTheirPlace) {
-    struct InsertCase {
-        const char* Before;
-        const wchar_t* Main;  ///< path, null for no position
-        const wchar_t* Child; ///< path, null for no position
-        const wchar_t* Value;
-        uint32_t Options;
-        const char* After; ///< null when it is refused
-    };
+    // The document, paths of main and child (null for no position), value, options, and the
+    // document after it, null when it is refused.
+    using InsertCase = std::tuple<const char*, const wchar_t*, const wchar_t*, const wchar_t*,
+                                  uint32_t, const char*>;
     constexpr uint32_t kStartTag = Document::kInsertNoEndTag;
     constexpr InsertCase kCases[] = {
         // Behind main or the line it ends, but not over white space that belongs to text.
@@ -88,32 +87,27 @@ TEST(VnXMLEdit, ElementsAreInsertedInTheirPlace) {
         {"<a>x<b/><c/></a>", L"a", L"c", L"v", kChild | kReplace, "<a><n>v</n>\r\n</a>"},
         {"<!-- x --><a>x<b/></a>y", L"a", nullptr, L"v", kReplace, "<n>v</n>\r\n"},
     };
-    for (const InsertCase& insert : kCases) {
-        SCOPED_TRACE(std::string(insert.Before) + " " + std::to_string(insert.Options));
+    for (const auto& [before, main, child, value, options, after] : kCases) {
+        SCOPED_TRACE(std::string(before) + " " + std::to_string(options));
         Document document;
-        document.SetDocument(ToText(insert.Before));
-        ASSERT_EQ(insert.Main != nullptr && document.FindElement(insert.Main),
-                  insert.Main != nullptr);
-        ASSERT_EQ(insert.Child != nullptr && document.FindChildElement(insert.Child),
-                  insert.Child != nullptr);
-        const bool isDone = insert.After != nullptr;
-        EXPECT_EQ(document.AddElement(L"n", insert.Value, insert.Options), isDone);
-        const bool isChild = (insert.Options & kChild) != 0;
+        document.SetDocument(ToText(before));
+        ASSERT_EQ(main != nullptr && document.FindElement(main), main != nullptr);
+        ASSERT_EQ(child != nullptr && document.FindChildElement(child), child != nullptr);
+        const bool isDone = after != nullptr;
+        EXPECT_EQ(document.AddElement(L"n", value, options), isDone);
+        EXPECT_EQ(document.GetFlags(),
+                  Document::kIgnoreCase | (isDone ? Document::kDocumentChanged : 0U));
+        const bool isChild = (options & kChild) != 0;
         EXPECT_EQ(
             document.GetTagName(isChild ? document.GetChildPosition() : document.GetMainPosition())
                 == L"n",
             isDone);
-        CheckResult(document, isDone ? insert.After : insert.Before);
+        CheckResult(document, isDone ? after : before);
     }
 }
 
 TEST(VnXMLEdit, ValuesAreWrittenSoThatTheyReadBack) {
-    struct ValueCase {
-        const wchar_t* Value;
-        uint32_t Options;
-        const char* Text;
-    };
-    constexpr ValueCase kCases[] = {
+    constexpr std::tuple<const wchar_t*, uint32_t, const char*> kCases[] = {
         {L"a&b<c>d\"e'f", 0, "<v>a&amp;b&lt;c&gt;d\"e'f</v>\r\n"},
         {L"a&b<c>d\"e'f", Document::kInsertEscapeQuotes,
          "<v>a&amp;b&lt;c&gt;d&quot;e&apos;f</v>\r\n"},
@@ -123,16 +117,15 @@ TEST(VnXMLEdit, ValuesAreWrittenSoThatTheyReadBack) {
         {L"\x01", 0, "<v>&#x1;</v>\r\n"},
         {L"\u00E9\U0001F600", 0, "<v>\u00E9\U0001F600</v>\r\n"},
     };
-    for (const ValueCase& value : kCases) {
+    for (const auto& [value, options, written] : kCases) {
         Document document;
-        EXPECT_TRUE(document.AddElement(L"v", value.Value, value.Options));
-        EXPECT_EQ(ToBytes(document.GetText()), value.Text);
-        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), ToBytes(value.Value));
+        EXPECT_TRUE(document.AddElement(L"v", value, options));
+        EXPECT_EQ(ToBytes(document.GetText()), written);
+        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), ToBytes(value));
         Document fresh(document.GetText());
-        EXPECT_EQ(ToBytes(fresh.GetDataAt(L"v")), ToBytes(value.Value));
-        EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"n", value.Value));
-        EXPECT_EQ(ToBytes(document.GetAttribute(document.GetMainPosition(), L"N")),
-                  ToBytes(value.Value));
+        EXPECT_EQ(ToBytes(fresh.GetDataAt(L"v")), ToBytes(value));
+        EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"n", value));
+        EXPECT_EQ(ToBytes(document.GetAttribute(document.GetMainPosition(), L"N")), ToBytes(value));
     }
     Document document;
     document.AddElement(L"v", -12);
@@ -144,13 +137,8 @@ TEST(VnXMLEdit, ValuesAreWrittenSoThatTheyReadBack) {
 }
 
 TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
-    struct AttributeCase {
-        const char* Before;
-        const wchar_t* Name;
-        const wchar_t* Value; ///< null to remove it
-        const char* After;    ///< null when it is refused
-    };
-    constexpr AttributeCase kCases[] = {
+    // A null value removes the attribute; a null result is a refusal.
+    constexpr std::tuple<const char*, const wchar_t*, const wchar_t*, const char*> kCases[] = {
         {"<a>x</a>", L"b", L"1", "<a b=\"1\">x</a>"},
         {"<a />", L"b", L"7", "<a b=\"7\" />"},
         {"<a b='1'  >x</a>", L"c", L"\"<&>'", "<a b='1' c=\"&quot;&lt;&amp;&gt;&apos;\"  >x</a>"},
@@ -164,19 +152,18 @@ TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
         {"<a b='c'/>", L"c", nullptr, nullptr},
         {"<a/>", L"a", nullptr, nullptr}, // the tag's own name is none
     };
-    for (const AttributeCase& attribute : kCases) {
-        SCOPED_TRACE(attribute.Before);
+    for (const auto& [before, name, value, after] : kCases) {
+        SCOPED_TRACE(before);
         Document document;
-        document.SetDocument(ToText(attribute.Before));
+        document.SetDocument(ToText(before));
         document.FindElement();
         const int32_t main = document.GetMainPosition();
-        EXPECT_EQ(attribute.Value != nullptr
-                      ? document.SetAttribute(main, attribute.Name, attribute.Value)
-                      : document.RemoveAttribute(main, attribute.Name),
-                  attribute.After != nullptr);
-        CheckResult(document, attribute.After != nullptr ? attribute.After : attribute.Before);
+        EXPECT_EQ(value != nullptr ? document.SetAttribute(main, name, value)
+                                   : document.RemoveAttribute(main, name),
+                  after != nullptr);
+        CheckResult(document, after != nullptr ? after : before);
     }
-    const EditCase kElsewhere[] = {
+    Check({
         {"of the child, a number", "<a><b/><c/></a>",
          [](Document& d) { return d.SetAttribute(d.GetChildPosition(), L"x", -7); }, true,
          "<a><b x=\"-7\"/><c/></a>"},
@@ -198,14 +185,11 @@ TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
                     && d.SetAttribute(0, L"b", L"2");
          },
          false, "<a><?></a>"},
-    };
-    for (const EditCase& edit : kElsewhere) {
-        Check(edit);
-    }
+    });
 }
 
 TEST(VnXMLEdit, ElementsAreRemovedWithTheirLine) {
-    const EditCase kCases[] = {
+    Check({
         {"the only one", "<a>x<b/></a>\r\n",
          [](Document& d) { return d.RemoveElement() && d.GetMainPosition() == 0; }, true, ""},
         {"ahead of text", "<r><a/> x</r>", [](Document& d) { return d.RemoveChildElement(); }, true,
@@ -221,14 +205,11 @@ TEST(VnXMLEdit, ElementsAreRemovedWithTheirLine) {
          true, "<r>\r\n<a/>\r\n</r>"},
         {"none", "", [](Document& d) { return d.RemoveElement() || d.RemoveChildElement(); }, false,
          ""},
-    };
-    for (const EditCase& edit : kCases) {
-        Check(edit);
-    }
+    });
 }
 
 TEST(VnXMLEdit, FragmentsAndContent) {
-    const EditCase kCases[] = {
+    Check({
         {"the first element only", "<a/>",
          [](Document& d) { return d.AddSubDocument(L"<!-- --><b><c/></b><d/>", kChild); }, true,
          "<a>\r\n<b><c/></b>\r\n</a>"},
@@ -268,20 +249,12 @@ TEST(VnXMLEdit, FragmentsAndContent) {
          true, "<a><b>x</b></a>"},
         {"data at no path", "<a><b/></a>", [](Document& d) { return d.SetDataAt(L"a/c", L"x"); },
          false, "<a><b/></a>"},
-    };
-    for (const EditCase& edit : kCases) {
-        Check(edit);
-    }
+    });
 }
 
 TEST(VnXMLEdit, NodesOfEveryTypeAreWrittenAndRead) {
-    struct NodeCase {
-        int32_t Type;
-        const wchar_t* Text;
-        const char* Written; ///< between <a> and </a>; null when it is refused
-        const char* Name;
-        const char* Data;
-    };
+    // What is written between <a> and </a> is null when it is refused.
+    using NodeCase = std::tuple<int32_t, const wchar_t*, const char*, const char*, const char*>;
     constexpr NodeCase kCases[] = {
         {Document::kNodeElement, L"b c='1'", "\r\n<b c='1'/>", "b", ""},
         {Document::kNodeText, L"x<y", "\r\nx&lt;y", "#text", "x<y"},
@@ -295,20 +268,20 @@ TEST(VnXMLEdit, NodesOfEveryTypeAreWrittenAndRead) {
         {Document::kNodeLoneEndTag, L"x", nullptr, "", ""},
         {Document::kNodeText, L"", nullptr, "", ""},
     };
-    for (const NodeCase& node : kCases) {
-        SCOPED_TRACE(std::to_string(node.Type) + " " + ToBytes(node.Text));
+    for (const auto& [type, text, written, name, data] : kCases) {
+        SCOPED_TRACE(std::to_string(type) + " " + ToBytes(text));
         Document document(L"<a></a>");
         document.FindElement();
         document.IntoElement();
-        ASSERT_EQ(document.AddNode(node.Type, node.Text), node.Written != nullptr);
-        if (node.Written == nullptr) {
+        ASSERT_EQ(document.AddNode(type, text), written != nullptr);
+        if (written == nullptr) {
             EXPECT_EQ(ToBytes(document.GetText()), "<a></a>");
             continue;
         }
-        EXPECT_EQ(ToBytes(document.GetText()), std::string("<a>") + node.Written + "</a>");
-        EXPECT_EQ(document.GetNodeType(), node.Type);
-        EXPECT_EQ(ToBytes(document.GetNodeName()), node.Name);
-        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), node.Data);
+        EXPECT_EQ(ToBytes(document.GetText()), std::string("<a>") + written + "</a>");
+        EXPECT_EQ(document.GetNodeType(), type);
+        EXPECT_EQ(ToBytes(document.GetNodeName()), name);
+        EXPECT_EQ(ToBytes(document.GetData(document.GetMainPosition())), data);
         EXPECT_EQ(Access::Describe(document), Access::Describe(Document(document.GetText())));
     }
 }
@@ -385,28 +358,6 @@ TEST(VnXMLEdit, FragmentsThatDidNotParseKeepToTheirPlace) {
         EXPECT_EQ(Access::Describe(document, false),
                   Access::Describe(Document(L"<r><a/><b c='>]]>-->'/></r>"), false));
     }
-}
-
-TEST(VnXMLEdit, ABuiltDocumentHasOneElementALine) {
-    Document document;
-    EXPECT_EQ(document.GetFlags(), static_cast<uint32_t>(Document::kIgnoreCase));
-    EXPECT_TRUE(document.AddElement(L"Field", L"/m/a & b.mp3"));
-    EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"Name", L"Filename"));
-    EXPECT_TRUE(document.AddElement(L"Field", L"x"));
-    EXPECT_TRUE(document.SetAttribute(document.GetMainPosition(), L"Name", L"Artist"));
-    EXPECT_EQ(
-        ToBytes(document.GetText()),
-        "<Field Name=\"Filename\">/m/a &amp; b.mp3</Field>\r\n<Field Name=\"Artist\">x</Field>\r\n");
-    EXPECT_EQ(document.GetFlags(), Document::kIgnoreCase | Document::kDocumentChanged);
-    Document read;
-    EXPECT_FALSE(read.SetDocument(document.GetText()));
-    EXPECT_EQ(ToBytes(read.GetError()), "Root element has sibling");
-    std::string fields;
-    while (read.FindElement(L"field")) {
-        fields += ToBytes(read.GetAttribute(read.GetMainPosition(), L"name")) + "="
-                  + ToBytes(read.GetData(read.GetMainPosition())) + ";";
-    }
-    EXPECT_EQ(fields, "Filename=/m/a & b.mp3;Artist=x;");
 }
 
 TEST(VnXMLEdit, CopiesAreApart) {
