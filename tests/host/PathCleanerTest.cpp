@@ -57,3 +57,17 @@ TEST(PathCleaner, CutsNeitherAccentsNorEndsInADot) {
     EXPECT_EQ(CPathCleaner::Cut(L"ab. cd", 4), L"ab");
     EXPECT_EQ(CPathCleaner::Cut(L"abc", 3), L"abc");
 }
+
+TEST(HostText, PrintsNothingThatATerminalObeys) {
+    const std::pair<std::string, std::string> kRows[] = {
+        {"plain.mp3", "plain.mp3"},
+        {"a\nb\rc\td", "a\\nb\\rc\\td"},
+        {"\x1B[2Jx\x7F", "\\x1B[2Jx\\x7F"},
+        {"\xC2\x9B[2J", "\\x9B[2J"},
+        {"caf\xE9", "caf\\xE9"},
+        {"\xE6\x97\xA5", "\xE6\x97\xA5"},
+    };
+    for (const auto& [bytes, printed] : kRows) {
+        EXPECT_EQ(HostPrintable(std::string_view(bytes)), printed);
+    }
+}
