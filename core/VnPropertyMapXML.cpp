@@ -28,14 +28,15 @@ VnString VnPropertyMap::GetXML(const wchar_t* rootName, bool omitIfEmpty, double
 }
 
 bool VnPropertyMap::SetXML(const VnString& text, const wchar_t* rootName, double version) {
-    // The text may be a value of this map.
+    // Both may be values of this map.
     const VnString source = text;
+    const VnString root = rootName;
     Clear();
     if (source.IsEmpty()) {
         return true;
     }
     VnXMLDocument tree(source);
-    if (!tree.FindElement(rootName)) {
+    if (!tree.FindElement(rootName == nullptr ? nullptr : root.GetText())) {
         return false;
     }
     const VnString versionText = tree.GetAttribute(tree.GetMainPosition(), kVersionAttribute);

@@ -560,8 +560,8 @@ public:
     bool SaveToFile(const wchar_t* path, int32_t encoding) const;
     /// Reads a whole file through the file loader; a null or empty path empties the text and is
     /// true. `encoding` as for SetFromBuffer, but asked-for UTF-8 loses nothing, as in
-    /// SetFileSystemText. `progress` and `cancel` may follow and stop the load. On failure the text
-    /// is empty.
+    /// SetFileSystemText, and never gives its mark. `progress` and `cancel` may follow and stop the
+    /// load. On failure the text is empty.
     bool LoadFromFile(const wchar_t* path,
                       int32_t encoding = kEncodingDetect,
                       bool dropZeros = false,
@@ -599,8 +599,8 @@ public:
     void SetGUID(const VnGUID* guid);
     VnGUID GetGUID() const;
     /// The first match; `groups` receives its capture groups from 1 up, `before` and `after` (may
-    /// be null) the lengths of the text around it. A malformed pattern gives false. `cache` may be
-    /// null.
+    /// be null) the lengths of the text around it. A malformed pattern gives false, and so does a
+    /// search that needs more stack than there is. `cache` may be null.
     bool RegexSearch(const VnString& pattern,
                      VnStringArray& groups,
                      bool caseSensitive,

@@ -25,6 +25,12 @@ void VnStringArray::AppendNumbers(int32_t first, int32_t last) {
 }
 
 void VnStringArray::Serialize(VnString& out) const {
+    if (std::any_of(begin(), end(), [&](const VnString& text) { return &text == &out; })) {
+        VnString records; // the element that takes them is one of the texts
+        Serialize(records);
+        out.Append(records);
+        return;
+    }
     out.AppendSerializedInt(kFormatVersion);
     out.AppendSerializedInt(GetCount());
     for (const VnString& text : *this) {

@@ -9,6 +9,7 @@
 #include <exception>
 #include <functional>
 #include <regex>
+#include <vector>
 
 namespace {
 
@@ -20,23 +21,138 @@ constexpr int64_t kStackPerStep = 4096;
 constexpr int64_t kStackPerStep = 512;
 #endif
 
-/// Stack for a search, which recurses for each state that it passes: at each character all that
-/// stand for the pattern, where a count such as "{4}" multiplies them.
-int64_t EstimateStack(const VnString& pattern, const VnString& text) {
-    constexpr double kTooMuch = 1e18;
-    double states = pattern.GetLength() + 8.0;
-    for (int32_t at = pattern.Find(L'{'); at >= 0; at = pattern.Find(L'{', at + 1)) {
-        const int32_t end = pattern.Find(L'}', at);
-        int32_t count = pattern.Mid(at + 1).ToInt();
-        const int32_t comma = pattern.Find(L',', at);
-        if (comma >= 0 && comma < end) {
-            count = std::max(count, pattern.Mid(comma + 1).ToInt());
-        }
-        states = std::min(states * std::max(count, 1), kTooMuch);
+/// Most states of an expression that the library compiles; beyond them it throws.
+constexpr double kMostStates = 100000;
+
+/// What a piece of a pattern makes of the stack: the matcher recurses for each state that it
+/// passes, and passes those of a loop again at each character of the text.
+struct CPatternSize {
+    double States = 0;
+    double LoopStates = 0;
+
+    void Add(const CPatternSize& other) {
+        States += other.States;
+        LoopStates += other.LoopStates;
     }
+    /// As many copies, as the library makes them for a count.
+    void Repeat(double count) {
+        States *= count;
+        LoopStates *= count;
+    }
+    /// An empty round may be passed twice.
+    void Loop() {
+        LoopStates = 2 * States + 8;
+        States += 2;
+    }
+};
+
+/// Adds up a pattern. What is no regular expression gets some number too, as the library looks at
+/// it only later.
+class CPatternMeter {
+public:
+    explicit CPatternMeter(const VnString& pattern)
+        : At(pattern.GetText())
+        , End(At + pattern.GetLength()) {}
+
+    CPatternSize Measure() {
+        while (At < End) {
+            TakeOne(*At++);
+        }
+        for (const CPatternSize& group : Open) {
+            Last.Add(group);
+        }
+        return Last;
+    }
+
+private:
+    void TakeOne(wchar_t ch) {
+        switch (ch) {
+        case L'\\':
+            StartPiece(1);
+            At += At < End ? 1 : 0;
+            break;
+        case L'[':
+            StartPiece(1);
+            SkipClass();
+            break;
+        case L'(':
+            StartPiece(0);
+            Open.push_back({2, 0});
+            break;
+        case L')':
+            if (Open.size() > 1) {
+                Last.Add(Open.back());
+                Open.pop_back();
+            }
+            break;
+        case L'*':
+        case L'+':
+            Last.Loop();
+            break;
+        case L'{':
+            TakeCount();
+            break;
+        case L'?':
+        case L'|':
+            Last.States += 2;
+            break;
+        default:
+            StartPiece(1);
+        }
+    }
+
+    void StartPiece(double states) {
+        Open.back().Add(Last);
+        Last = {states, 0};
+    }
+
+    void SkipClass() {
+        while (At < End && *At != L']') {
+            At += *At == L'\\' && At + 1 < End ? 2 : 1;
+        }
+        At += At < End ? 1 : 0;
+    }
+
+    /// "n}", "n,m}" or, which loops behind n copies, "n,}".
+    void TakeCount() {
+        double count = TakeNumber();
+        bool isOpen = false;
+        if (At < End && *At == L',') {
+            ++At;
+            isOpen = At < End && *At == L'}';
+            count = std::max(count, TakeNumber());
+        }
+        At += At < End && *At == L'}' ? 1 : 0;
+        CPatternSize loop = Last;
+        Last.Repeat(std::max(count, 1.0));
+        if (isOpen) {
+            loop.Loop();
+            Last.Add(loop);
+        }
+    }
+
+    double TakeNumber() {
+        double number = 0;
+        for (; At < End && *At >= L'0' && *At <= L'9'; ++At) {
+            number = std::min(number * 10 + (*At - L'0'), kMostStates);
+        }
+        return number;
+    }
+
+    const wchar_t* At;
+    const wchar_t* const End;
+    std::vector<CPatternSize> Open{1}; ///< sums of the groups around this place
+    CPatternSize Last;                 ///< the piece that a count or loop behind it is for
+};
+
+/// Stack for a search.
+int64_t EstimateStack(const VnString& pattern, const VnString& text) {
+    const CPatternSize size = CPatternMeter(pattern).Measure();
+    const double loops = std::min(size.LoopStates, 3 * kMostStates) * (text.GetLength() + 1.0);
     // The compiler recurses for each bracket of the pattern, whatever the text.
-    const double steps = states * (text.GetLength() + 1.0) + pattern.GetLength() * 16.0;
-    return static_cast<int64_t>(std::min(steps * kStackPerStep, kTooMuch));
+    const double steps =
+        loops + 2 * std::min(size.States, kMostStates) + pattern.GetLength() * 16.0;
+    return static_cast<int64_t>(steps * static_cast<double>(kStackPerStep));
 }
 
 /// Runs `search` with the expression from the cache, or one that lives for this call. Whatever the

@@ -103,8 +103,9 @@ bool HasStringTools() {
 }
 
 bool HasEmptyText(const wchar_t* const* texts, int32_t count) {
-    return std::any_of(texts, texts + count,
-                       [](const wchar_t* text) { return text == nullptr || text[0] == 0; });
+    return texts == nullptr || std::any_of(texts, texts + count, [](const wchar_t* text) {
+               return text == nullptr || text[0] == 0;
+           });
 }
 
 } // namespace
@@ -121,7 +122,8 @@ int32_t VnString::ReplaceList(const wchar_t* const* oldTexts,
                               bool keepMatch,
                               const wchar_t* before,
                               const wchar_t* after) {
-    if (count < 1 || maximumHits < 1 || IsEmpty() || HasEmptyText(oldTexts, count)) {
+    if (count < 1 || maximumHits < 1 || IsEmpty() || HasEmptyText(oldTexts, count)
+        || (newTexts == nullptr && !keepMatch)) {
         return 0;
     }
     CPatternSearch search(*this, oldTexts, count, caseFlag || !HasStringTools());

@@ -293,17 +293,18 @@ void VnString::PadNumber(int32_t width, wchar_t fill) {
 }
 
 void VnString::GetWords(VnStringArray& words, VnNumberArray<int>& kinds, bool withSpace) const {
+    const VnString text(*this); // which may be an element of `words`
     words.Empty();
     kinds.Empty();
-    const int32_t length = GetLength();
+    const int32_t length = text.GetLength();
     for (int32_t start = 0; start < length;) {
-        const WordKind kind = GetWordKind(Characters[start]);
+        const WordKind kind = GetWordKind(text[start]);
         int32_t end = start + 1;
-        while (kind != kWordOther && end < length && GetWordKind(Characters[end]) == kind) {
+        while (kind != kWordOther && end < length && GetWordKind(text[end]) == kind) {
             ++end;
         }
         if (kind != kWordSpace || withSpace) {
-            words.Add(Mid(start, end - start));
+            words.Add(text.Mid(start, end - start));
             kinds.Add(kind);
         }
         start = end;
@@ -311,17 +312,19 @@ void VnString::GetWords(VnStringArray& words, VnNumberArray<int>& kinds, bool wi
 }
 
 void VnString::GetSentences(VnStringArray& sentences) const {
+    const VnString whole(*this); // which may be an element of `sentences`
     sentences.Empty();
-    const std::wstring_view text = View(*this);
+    const std::wstring_view text = View(whole);
     size_t start = 0;
     for (size_t i = 0; i < text.size(); ++i) {
         if (EndsSentence(text, i)) {
-            sentences.Add(Mid(static_cast<int32_t>(start), static_cast<int32_t>(i + 1 - start)));
+            sentences.Add(
+                whole.Mid(static_cast<int32_t>(start), static_cast<int32_t>(i + 1 - start)));
             start = i + 2;
         }
     }
     if (start < text.size()) {
-        sentences.Add(Mid(static_cast<int32_t>(start)));
+        sentences.Add(whole.Mid(static_cast<int32_t>(start)));
     }
 }
 

@@ -143,17 +143,20 @@ void VnFormData::AddPair(const VnString& key, const VnString& value) {
 }
 
 void ParseFormData(VnPropertyMap& map, const VnString& url, const VnString& body, bool decode) {
+    // Both may be values of the map.
+    const VnString address = url;
+    const VnString form = body;
     map.Clear();
-    const int32_t query = url.Find(L'?');
+    const int32_t query = address.Find(L'?');
     if (query >= 0) {
-        ParseQuery(map, url.Mid(query + 1), decode);
+        ParseQuery(map, address.Mid(query + 1), decode);
     }
-    if (body.IsEmpty()) {
+    if (form.IsEmpty()) {
         return;
     }
-    const VnString delimiter = body.LeftUpTo(L"\r\n");
+    const VnString delimiter = form.LeftUpTo(L"\r\n");
     VnStringArray parts;
-    parts.Split(body, delimiter, /*trim=*/false, /*skipEmptyText=*/true);
+    parts.Split(form, delimiter, /*trim=*/false, /*skipEmptyText=*/true);
     for (const VnString& part : parts) {
         ParsePart(map, part);
     }

@@ -12,11 +12,11 @@ VnFileInfo::VnFileInfo(const VnString& filename, const struct stat* statRecord) 
 }
 
 bool VnFileInfo::Set(const VnString& filename, const struct stat* statRecord) {
-    Stat = {};
     if (statRecord != nullptr) {
-        Stat = *statRecord;
+        Stat = *statRecord; // which may be this very record
         Valid = true;
     } else {
+        Stat = {};
         const VnStringUTF8 path(VnFilename(filename).GetLocalPath());
         Valid = stat(path, &Stat) == 0;
     }
@@ -87,5 +87,10 @@ VnDate VnFileInfo::MakeDate(int64_t seconds) const {
 }
 
 VnDate VnFileSystem::GetFileDate(const VnString& path) {
-    return VnFileInfo(path).GetModificationDate();
+    // The path as it stands: parsed, a name with a ";" would be another.
+    const VnString local = VnFilename::GetLocalPath(path);
+    struct stat record {};
+    return stat(VnStringUTF8(local), &record) == 0
+               ? VnFileInfo(local, &record).GetModificationDate()
+               : VnDate();
 }

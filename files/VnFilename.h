@@ -248,7 +248,7 @@ public:
     void SetFileType(const VnString& type);
     /// Sets the file type of a URL from its scheme or, with `allowNetwork`, from what the server
     /// says; blocks for up to 5 s a hop. `followPlaylist` lets a body that is a bare URL take this
-    /// object's place. False, and no file type, for a text without "://" and when no type is found.
+    /// object's place. False, and sets none, for a text without "://" and when no type is found.
     bool SetFileTypeFromURLMimeType(bool followPlaylist, bool allowNetwork);
 
     bool SetProperty(const wchar_t* key, const wchar_t* value);

@@ -113,8 +113,9 @@ VnString FindImage(const VnString& folder, const VnString& name, const VnString&
 
 VnString FindResourceFile(VnString& name, VnResourceKind kind) {
     if (kind == ResourceWebpage) {
+        VnString again(name); // with the prefix of an image, which the first search takes off
         const VnString custom = FindResourceFile(name, ResourceWebpageCustom);
-        return Exists(custom) ? custom : FindResourceFile(name, ResourceWebpageDefault);
+        return Exists(custom) ? custom : FindResourceFile(again, ResourceWebpageDefault);
     }
     VnStringArray folders;
     GetFolders(kind, folders);

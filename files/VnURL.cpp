@@ -168,8 +168,10 @@ bool ResolveRelativeURL(VnString& reference, VnString& base) {
     const VnString fullBase = base.StartsWith(L"//") ? L"http:" + base : base;
     if (reference.StartsWith(L"//")) {
         const int32_t colon = fullBase.Find(L"://", 1);
-        reference.Prepend(colon < 0 ? VnString(L"http:") : fullBase.Left(colon + 1));
-        base = fullBase;
+        const VnString result =
+            (colon < 0 ? VnString(L"http:") : fullBase.Left(colon + 1)) + reference;
+        base = fullBase; // ahead of the reference, which may be the same object
+        reference = result;
         return true;
     }
     VnURLMarks referenceMarks;
@@ -181,8 +183,8 @@ bool ResolveRelativeURL(VnString& reference, VnString& base) {
     if (result.StartsWith(L"//")) {
         result.Prepend(L"http:");
     }
-    reference = result;
     base = fullBase;
+    reference = result;
     return true;
 }
 

@@ -6,23 +6,23 @@
 namespace {
 
 /// Of the forms that titles, dates and playlists are taken apart with. Those from outside are
-/// short and repeat little: a search tries every way to share a text between repeats within
-/// repeats, and their number grows with a power of the text or beyond.
+/// short and repeat little: a search tries every way to share a text between choices within
+/// choices, and their number grows with a power of the text or beyond.
 constexpr const wchar_t* kPatterns[] = {
     L"(\\d+)", L"^\\s*(\\w+)\\s*=\\s*(.*?)\\s*$", L"\\((19|20)(\\d\\d)\\)", L"([^/]*)/([^/]*)$",
     L"",
 };
 constexpr int32_t kLongestPattern = 12;
 constexpr int32_t kLongestText = 8;
-constexpr int32_t kMostRepeats = 1;
+constexpr int32_t kMostChoices = 1;
 
 bool IsCheap(const VnString& pattern, const VnString& text) {
     const wchar_t* const begin = pattern.GetText();
-    const auto repeats = std::count_if(begin, begin + pattern.GetLength(), [](wchar_t ch) {
-        return ch == L'*' || ch == L'+' || ch == L'?';
+    const auto choices = std::count_if(begin, begin + pattern.GetLength(), [](wchar_t ch) {
+        return std::wcschr(L"*+?|", ch) != nullptr;
     });
     return pattern.GetLength() <= kLongestPattern && text.GetLength() <= kLongestText
-           && repeats <= kMostRepeats && pattern.Find(L'{') < 0;
+           && choices <= kMostChoices && pattern.Find(L'{') < 0;
 }
 
 } // namespace

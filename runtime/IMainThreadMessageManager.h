@@ -16,7 +16,7 @@ protected:
 /// pumps.
 class IMainThreadMessageManager {
 public:
-    /// Slot 0. Queues a message; false when the target was forgotten or the queue is closed.
+    /// Slot 0. Queues a message; false without a target, or when the queue is closed.
     virtual bool
     Post(IMainThreadMessageManagerCallback* target, int32_t message, int64_t parameter) = 0;
     /// Slot 1. Drops what is pending for the target.

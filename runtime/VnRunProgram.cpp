@@ -154,13 +154,13 @@ bool RunProgram(const VnString& program,
     if (!blocking) {
         return RunDetached(scope, program, arguments, joined, code);
     }
+    VnString command = quoteProgram ? program.QuoteForShell() : program; // it may be an argument
     if (quoteArguments && arguments != nullptr) {
         for (VnString& argument : *arguments) {
             argument = argument.QuoteForShell();
         }
         joined = arguments->Join(L" ");
     }
-    VnString command = quoteProgram ? program.QuoteForShell() : program;
     if (!joined.IsEmpty()) {
         command.Append(L" ", 1, joined, joined.GetLength());
     }

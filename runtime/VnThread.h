@@ -113,7 +113,8 @@ public:
     /// Milliseconds that Stop sleeps between two looks; 20 by default.
     virtual void SetStopPoll(int32_t milliseconds);
 
-    /// Whether Stop drops pending main-thread messages; true by default.
+    /// Whether Stop purges pending main-thread messages; true by default. The message manager is
+    /// told to forget the thread in any case, and may drop them too.
     virtual void SetPurgeOnStop(bool purge);
 
     /// Kept for derived classes; nothing here reads it.

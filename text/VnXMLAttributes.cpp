@@ -1,7 +1,14 @@
 #include "text/VnXMLDocument.h"
 #include "text/VnXMLScanner.h"
 
+#include <algorithm>
 #include <cwchar>
+
+/// Where the words of a start tag or instruction stand in the document's text.
+struct VnXMLDocument::CTagWords {
+    int32_t Start = -1; ///< of the first word; -1 where there is no tag
+    int32_t End = 0;    ///< of the last one, at the ">"
+};
 
 /// An attribute as places in the document's text, or where a new one would go.
 struct VnXMLDocument::CAttribute {
@@ -31,24 +38,22 @@ bool EndsWord(wchar_t ch) {
            || VnXMLScanner::IsWhiteSpace(ch);
 }
 
-/// A word: a quoted string without its quotes, or the run of characters up to one that ends it.
+/// A word: a quoted string without its quotes, or the run of characters up to one that ends it. A
+/// string that is not closed ahead of `limit` ends there.
 struct CWord {
     /// `asValue` takes a bare word up to white space or ">".
-    CWord(const wchar_t* at, bool asValue) {
-        if (*at == L'"' || *at == L'\'') {
+    CWord(const wchar_t* at, const wchar_t* limit, bool asValue) {
+        if (at < limit && (*at == L'"' || *at == L'\'')) {
             Start = at + 1;
-            const wchar_t* end = Start;
-            while (*end != *at && *end != 0) {
-                ++end;
-            }
+            const wchar_t* const end = std::find(Start, limit, *at);
             Length = static_cast<int32_t>(end - Start);
-            End = *end == 0 ? end : end + 1;
+            End = end == limit ? end : end + 1;
             return;
         }
         Start = at;
         End = at;
-        while (asValue ? *End != 0 && *End != L'>' && !VnXMLScanner::IsWhiteSpace(*End)
-                       : !EndsWord(*End)) {
+        while (End < limit
+               && (asValue ? *End != L'>' && !VnXMLScanner::IsWhiteSpace(*End) : !EndsWord(*End))) {
             ++End;
         }
         Length = static_cast<int32_t>(End - Start);
@@ -61,42 +66,53 @@ struct CWord {
 
 } // namespace
 
-/// Where the words of a tag or instruction start, -1 for a position that has none.
-int32_t VnXMLDocument::GetTagScanStart(int32_t index) const {
-    if (IsOnNode(index)) {
-        // "<?>" has one question mark for both of its ends, and no room for anything.
-        return NodeType == kNodeInstruction && NodeLength >= 4 ? NodeOffset + 2 : -1;
+VnXMLDocument::CTagWords VnXMLDocument::GetElementWords(int32_t index) const {
+    if (index <= 0) {
+        return {};
     }
-    return index > 0 ? Record(index).Start + 1 : -1;
+    const int32_t start = Record(index).Start;
+    const int32_t end = start + GetStartTagLength(index);
+    return {start + 1, Text[end - 1] == L'>' ? end - 1 : end};
 }
 
-/// The attribute called `name`, or number `number` when that is null, of the tag whose words start
-/// at `scanStart`.
+/// The words of an element's tag, or of the instruction that is the current node.
+VnXMLDocument::CTagWords VnXMLDocument::GetTagWords(int32_t index) const {
+    if (!IsOnNode(index)) {
+        return GetElementWords(index);
+    }
+    // "<?>" has one question mark for both of its ends, and no room for anything.
+    return NodeType == kNodeInstruction && NodeLength >= 4
+               ? CTagWords{NodeOffset + 2, NodeOffset + NodeLength - 1}
+               : CTagWords{};
+}
+
+/// The attribute called `name`, or number `number` when that is null.
 VnXMLDocument::CAttribute
-VnXMLDocument::FindAttribute(int32_t scanStart, const wchar_t* name, int32_t number) const {
+VnXMLDocument::FindAttribute(const CTagWords& words, const wchar_t* name, int32_t number) const {
     const wchar_t* const text = Text.GetText();
     const VnXMLScanner scanner(text, Text.GetLength(), Flags);
-    const wchar_t* at = text + scanStart;
+    const wchar_t* at = text + words.Start;
+    const wchar_t* const limit = text + words.End;
     const bool isInstruction = at[-1] == L'?';
-    at = isInstruction ? CWord(at, /*asValue=*/false).End : VnXMLScanner::FindNameEnd(at);
+    at = isInstruction ? CWord(at, limit, /*asValue=*/false).End : VnXMLScanner::FindNameEnd(at);
     const auto wanted = static_cast<int32_t>(name == nullptr ? 0 : std::wcslen(name));
     CAttribute found;
     for (;; --number) {
         const wchar_t* const start = SkipWhiteSpace(at);
         found.Ahead = static_cast<int32_t>(at - text);
-        if (*start == 0 || *start == L'/' || *start == L'>' || *start == L'?') {
+        if (start >= limit || *start == L'/' || *start == L'>' || *start == L'?') {
             found.End = found.Ahead;
             return found;
         }
-        const CWord word(start, /*asValue=*/false);
+        const CWord word(start, limit, /*asValue=*/false);
         const wchar_t* const sign = SkipWhiteSpace(word.End);
         const bool hasValue = *sign == L'=';
         const wchar_t* const valueStart = hasValue ? SkipWhiteSpace(sign + 1) : start;
-        const CWord value = hasValue ? CWord(valueStart, /*asValue=*/true) : word;
+        const CWord value = hasValue ? CWord(valueStart, limit, /*asValue=*/true) : word;
         at = value.End;
-        if (hasValue && at > valueStart && at == value.Start + value.Length && *at == L'>'
-            && at[-1] == (isInstruction ? L'?' : L'/')) {
-            // A bare value reads up to the ">", but changing it must leave the tag's own end.
+        if (at == limit && at > valueStart && at[-1] == (isInstruction ? L'?' : L'/')) {
+            // A bare value, and a string without its end, read up to the ">", but changing them
+            // must leave the tag's own end.
             --at;
         }
         const bool matches =
@@ -116,39 +132,40 @@ VnXMLDocument::FindAttribute(int32_t scanStart, const wchar_t* name, int32_t num
     }
 }
 
-VnString VnXMLDocument::ReadAttribute(int32_t scanStart, const wchar_t* name) const {
-    if (scanStart < 0 || name == nullptr) {
+VnString VnXMLDocument::ReadAttribute(const CTagWords& words, const wchar_t* name) const {
+    if (words.Start < 0 || name == nullptr) {
         return VnString();
     }
-    const CAttribute found = FindAttribute(scanStart, name, 0);
+    const CAttribute found = FindAttribute(words, name, 0);
     return found.Found ? DecodeXMLText(Text.GetText() + found.Value, found.ValueLength)
                        : VnString();
 }
 
 bool VnXMLDocument::HasAttribute(int32_t index, const VnString& name) const {
-    return !name.IsEmpty() && FindAttribute(Record(index).Start + 1, name, 0).Found;
+    return !name.IsEmpty() && FindAttribute(GetElementWords(index), name, 0).Found;
 }
 
 VnString VnXMLDocument::GetAttribute(int32_t index, const wchar_t* name) const {
-    return ReadAttribute(GetTagScanStart(index), name);
+    return ReadAttribute(GetTagWords(index), name);
 }
 
 VnString VnXMLDocument::GetAttributeName(int32_t number) const {
-    const int32_t scanStart = GetTagScanStart(MainPosition);
-    if (scanStart < 0 || number < 0) {
+    const CTagWords words = GetTagWords(MainPosition);
+    if (words.Start < 0 || number < 0) {
         return VnString();
     }
-    const CAttribute found = FindAttribute(scanStart, nullptr, number);
+    const CAttribute found = FindAttribute(words, nullptr, number);
     return found.Found ? Text.Mid(found.Name, found.NameLength) : VnString();
 }
 
 VnString VnXMLDocument::GetChildAttribute(const wchar_t* path, const wchar_t* name) const {
     const int32_t child = FindFirstChild(path);
-    return child == 0 ? VnString() : ReadAttribute(Record(child).Start + 1, name);
+    return child == 0 ? VnString() : ReadAttribute(GetElementWords(child), name);
 }
 
 VnString VnXMLDocument::GetNodeName() const {
     const wchar_t* const node = Text.GetText() + NodeOffset;
+    const wchar_t* const end = node + NodeLength - 1; // of what has a ">" there
     switch (NodeType) {
     case kNodeElement:
         return GetTagName(MainPosition);
@@ -160,7 +177,7 @@ VnString VnXMLDocument::GetNodeName() const {
     case kNodeComment:
         return L"#comment";
     case kNodeInstruction: {
-        const CWord target(node + 2, /*asValue=*/false);
+        const CWord target(node + 2, end - 1, /*asValue=*/false);
         return VnString(target.Start, target.Length);
     }
     case kNodeLoneEndTag: {
@@ -168,8 +185,8 @@ VnString VnXMLDocument::GetNodeName() const {
         return VnString(name, static_cast<int32_t>(VnXMLScanner::FindNameEnd(name) - name));
     }
     case kNodeDeclaration: {
-        const CWord keyword(node + 1, /*asValue=*/false);
-        const CWord name(SkipWhiteSpace(keyword.End), /*asValue=*/false);
+        const CWord keyword(node + 1, end, /*asValue=*/false);
+        const CWord name(SkipWhiteSpace(keyword.End), end, /*asValue=*/false);
         return VnString(name.Start, name.Length);
     }
     default:
@@ -200,8 +217,8 @@ bool VnXMLDocument::SetAttribute(int32_t index, const wchar_t* name, int32_t val
 }
 
 bool VnXMLDocument::SetAttribute(int32_t index, const wchar_t* name, const wchar_t* value) {
-    const int32_t scanStart = GetTagScanStart(index);
-    if (scanStart < 0 || name == nullptr || *name == 0) {
+    const CTagWords words = GetTagWords(index);
+    if (words.Start < 0 || name == nullptr || *name == 0) {
         return false;
     }
     constexpr int32_t kAttributeEscapes = 2 | VnString::kEscapeApostrophe | VnString::kEscapeQuote
@@ -209,7 +226,7 @@ bool VnXMLDocument::SetAttribute(int32_t index, const wchar_t* name, const wchar
                                           | VnString::kEscapeControlAsMark;
     VnString escaped(value);
     escaped.EscapeXML(kAttributeEscapes);
-    const CAttribute found = FindAttribute(scanStart, name, 0);
+    const CAttribute found = FindAttribute(words, name, 0);
     VnString text;
     if (!found.Found) {
         text.Append(L" ", 1, name, -1, L"=\"", 2, escaped, escaped.GetLength());
@@ -226,11 +243,11 @@ bool VnXMLDocument::SetAttribute(int32_t index, const wchar_t* name, const wchar
 }
 
 bool VnXMLDocument::RemoveAttribute(int32_t index, const wchar_t* name) {
-    const int32_t scanStart = GetTagScanStart(index);
-    if (scanStart < 0 || name == nullptr || *name == 0) {
+    const CTagWords words = GetTagWords(index);
+    if (words.Start < 0 || name == nullptr || *name == 0) {
         return false;
     }
-    const CAttribute found = FindAttribute(scanStart, name, 0);
+    const CAttribute found = FindAttribute(words, name, 0);
     if (!found.Found) {
         return false;
     }

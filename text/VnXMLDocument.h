@@ -256,6 +256,7 @@ private:
     struct CSavedPosition;
     struct CSavedPositions;
     struct CAttribute;
+    struct CTagWords;
     struct CInsertPlace;
 
     /// Flags of a record, beside its level.
@@ -365,9 +366,10 @@ private:
     static VnString EncodeValue(const VnString& value, uint32_t options);
     static VnString EncodeCDATA(const VnString& value);
     static bool CreateNodeText(int32_t type, const VnString& text, uint32_t options, VnString& out);
-    int32_t GetTagScanStart(int32_t index) const;
-    CAttribute FindAttribute(int32_t scanStart, const wchar_t* name, int32_t number) const;
-    VnString ReadAttribute(int32_t scanStart, const wchar_t* name) const;
+    CTagWords GetElementWords(int32_t index) const;
+    CTagWords GetTagWords(int32_t index) const;
+    CAttribute FindAttribute(const CTagWords& words, const wchar_t* name, int32_t number) const;
+    VnString ReadAttribute(const CTagWords& words, const wchar_t* name) const;
     bool HasAttribute(int32_t index, const VnString& name) const;
     void ReplaceInTag(int32_t index, int32_t offset, int32_t length, const VnString& text);
 

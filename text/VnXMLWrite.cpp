@@ -154,6 +154,9 @@ bool VnXMLDocument::AddElement(const VnString& name, int32_t value, uint32_t opt
 }
 
 bool VnXMLDocument::AddElement(const VnString& name, const wchar_t* value, uint32_t options) {
+    if (&name == &Text) {
+        return AddElement(VnString(name), value, options);
+    }
     const bool hasValue = value != nullptr && *value != 0;
     const bool isStartTagOnly = (options & kInsertNoEndTag) != 0;
     CInsertPlace place;

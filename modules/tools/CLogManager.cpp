@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 
 namespace {
 
@@ -42,6 +43,11 @@ VnString MakeLine(const wchar_t* name,
         line.AppendFormatList(format, list, used);
     }
     return line;
+}
+
+/// A log never fails its caller; what is missing of it is told here.
+void TellFailure(const std::exception& failure) {
+    static_cast<void>(std::fprintf(stderr, "Log: %s\n", failure.what()));
 }
 
 } // namespace
@@ -101,9 +107,16 @@ void CLogManager::Write(uint32_t category, const VnString& line) {
         return;
     }
     InsideOutput = true;
-    // By index: an output may remove itself, or another, while it is called.
-    for (size_t i = 0; i < Outputs.size(); i++) {
-        Outputs[i]->Output(category, line, line.GetLength());
+    try {
+        // An output may remove itself, or another, while it is called.
+        const std::vector<ILogManagerCustomOutput*> outputs(Outputs);
+        for (ILogManagerCustomOutput* const output : outputs) {
+            if (std::find(Outputs.begin(), Outputs.end(), output) != Outputs.end()) {
+                output->Output(category, line, line.GetLength());
+            }
+        }
+    } catch (const std::exception& failure) {
+        TellFailure(failure);
     }
     InsideOutput = false;
 }
@@ -122,8 +135,7 @@ bool CLogManager::OpenFile() {
             File->flush_on(spdlog::level::info);
         }
     } catch (const spdlog::spdlog_ex& failure) {
-        // A log never fails its caller; that it is missing is told once.
-        static_cast<void>(std::fprintf(stderr, "Log: %s\n", failure.what()));
+        TellFailure(failure);
     }
     FileFailed = File == nullptr;
     return File != nullptr;

@@ -54,6 +54,15 @@ void CMainThreadMessages::Forget(IMainThreadMessageManagerCallback* target) {
     Delivered.wait(guard, [this, target] { return !IsDeliveredElsewhere(target); });
 }
 
+/// Strikes out the innermost delivery of this thread.
+void CMainThreadMessages::EndDelivery() {
+    const auto own = std::find_if(Running.rbegin(), Running.rend(), [](const Delivery& delivery) {
+        return delivery.Thread == std::this_thread::get_id();
+    });
+    Running.erase(std::next(own).base());
+    Delivered.notify_all();
+}
+
 int32_t CMainThreadMessages::Pump() {
     std::unique_lock<std::mutex> guard(Lock);
     // What a callback posts waits for the next call, so that two parties that answer each other
@@ -61,17 +70,18 @@ int32_t CMainThreadMessages::Pump() {
     int32_t delivered = 0;
     for (size_t left = Queue.size(); left > 0 && !Queue.empty(); left--) {
         const Message message = Queue.front();
-        Queue.pop_front();
         Running.push_back({message.Target, std::this_thread::get_id()});
+        Queue.pop_front();
         guard.unlock();
-        message.Target->OnMainThreadMessage(message.Id, message.Parameter);
+        try {
+            message.Target->OnMainThreadMessage(message.Id, message.Parameter);
+        } catch (...) {
+            guard.lock();
+            EndDelivery(); // or whoever forgets the target would wait for ever
+            throw;
+        }
         guard.lock();
-        const auto own =
-            std::find_if(Running.rbegin(), Running.rend(), [](const Delivery& delivery) {
-                return delivery.Thread == std::this_thread::get_id();
-            });
-        Running.erase(std::next(own).base());
-        Delivered.notify_all();
+        EndDelivery();
         delivered++;
     }
     if (Queue.empty()) {

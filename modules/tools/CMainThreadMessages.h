@@ -36,6 +36,7 @@ private:
     };
 
     void Drop(IMainThreadMessageManagerCallback* target);
+    void EndDelivery();
     void Raise() const;
     void Lower() const;
     bool IsDeliveredElsewhere(const IMainThreadMessageManagerCallback* target) const;

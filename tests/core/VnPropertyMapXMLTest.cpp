@@ -30,6 +30,11 @@ TEST(VnPropertyMapXML, ReadsBackWhatItWrote) {
     read.SetInt(L"old", 1);
     EXPECT_TRUE(read.SetXML(map.GetXML(L"Root", false, 2.5), L"Root", 2.5));
     EXPECT_TRUE(read.IsEqual(map)) << ToBytes(read.Dump(L"", L"", L"|"));
+    VnPropertyMap own; // the name of the root may be a value of the map
+    own.SetString(L"root", L"ABCDEFG");
+    EXPECT_TRUE(own.SetXML(
+        L"<ABCDEFG version=\"1.0\"><Item Name=\"a\">1</Item><Other1/><Other12345/></ABCDEFG>",
+        own.GetEntries()->Lookup(L"root")->GetText(), 1.0));
 }
 
 TEST(VnPropertyMapXML, ChecksRootAndVersion) {

@@ -239,6 +239,8 @@ TEST(VnStringArrayRecords, WriteAndReadBack) {
     EXPECT_TRUE(read.Deserialize(text, position));
     EXPECT_TRUE(read == strings);
     EXPECT_EQ(position, text.GetLength());
+    read.Serialize(read[0]);
+    EXPECT_EQ(read[0], L"abc(1:1)(1:3)(3:abc)(0:)(5:(2:x))");
 }
 
 TEST(VnStringArrayRecords, RefuseAnotherVersionAndBoundTheCount) {

@@ -64,6 +64,8 @@ TEST(VnStringReplace, ArgumentsMayPointIntoTheText) {
     VnString range(L"abc");
     range.ReplaceRange(1, 1, range);
     EXPECT_EQ(ToBytes(range), "aabcc");
+    const wchar_t* const one = L"a";
+    EXPECT_EQ(range.ReplaceList(nullptr, &one, 1) + range.ReplaceList(&one, nullptr, 1), 0);
 }
 
 TEST(VnStringReplace, AnyCaseReplacesEverySpelling) {

@@ -70,6 +70,9 @@ TEST(VnStringTransforms, WordsHaveKinds) {
     VnString(L"a  b").GetWords(words, kinds, false);
     EXPECT_EQ(ToBytes(words.Join(L"|")), "a|b");
     EXPECT_EQ(kinds.GetCount(), 2);
+    words[0] = L"a text of the array itself";
+    words[0].GetWords(words, kinds, false);
+    EXPECT_EQ(ToBytes(words.Join(L"|")), "a|text|of|the|array|itself");
 }
 
 TEST(VnStringTransforms, SentencesEndAtMarksButNotAtAbbreviations) {
@@ -81,7 +84,8 @@ TEST(VnStringTransforms, SentencesEndAtMarksButNotAtAbbreviations) {
          "Version 2. more | Version 2. more", "One.Two | One.Two", " | "},
         [](VnString& text) {
             VnStringArray sentences;
-            text.GetSentences(sentences);
+            sentences.Add(text);
+            sentences[0].GetSentences(sentences);
             text = sentences.Join(L"/");
         });
 }

@@ -89,3 +89,20 @@ TEST(VnRegexCache, LongTextsAndDeepPatternsKeepTheStack) {
     EXPECT_EQ(groups.GetCount() > 0 ? groups[0].GetLength() : 0, text.GetLength());
     EXPECT_FALSE(text.RegexFindAll(std::wstring(100000, L'(').c_str(), groups, true));
 }
+
+// Counts and escapes need no more stack than they pass states, whatever follows in the text.
+TEST(VnRegexCache, CountsSideBySideAreSearchedInAnyText) {
+    constexpr std::pair<const wchar_t*, const wchar_t*> kRows[] = {
+        {L"([0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12})",
+         L"01234567-89ab-cdef-0123-456789abcdef"},
+        {L"(\\d{4}-\\d{2}-\\d{2}T\\d{2}:\\d{2}:\\d{2})", L"2026-11-23T12:00:00"},
+        {L"(\\d{1,3}\\.\\d{1,3}\\.\\d{1,3}\\.\\d{1,3})", L"127.0.0.1"},
+        {L"(\\{5000\\}\\{5000\\}[{9999]+)", L"{5000}{5000}9"},
+    };
+    for (const auto& [pattern, found] : kRows) {
+        VnStringArray groups;
+        const VnString text = found + VnString(std::wstring(100000, L' ').c_str());
+        EXPECT_TRUE(text.RegexSearch(pattern, groups, true)) << ToBytes(pattern);
+        EXPECT_EQ(ToBytes(groups.Join(L"|")), ToBytes(found));
+    }
+}

@@ -1,6 +1,8 @@
 #include "files/VnFilename.h"
 
 #include "core/VnStringArray.h"
+#include "data/VnDate.h"
+#include "files/VnFileSystem.h"
 #include "runtime/CProcessInfo.h"
 #include "runtime/VnSiblingModules.h"
 #include "tests/support/TestEnvironment.h"
@@ -413,6 +415,7 @@ TEST_F(VnFilenameState, ExistsAndHasASizeForFilesOnly) {
     EXPECT_EQ(Name("b.mp3").GetFileSize(), -1);
     Folder.Write("x.a;1", "12345");
     EXPECT_EQ(Name("x.a;1;2").GetFileSize(), 5) << "the file that Exists looks for";
+    EXPECT_FALSE(VnFileSystem::GetFileDate(ToText(Folder / "x.a;1")).IsEmpty());
     EXPECT_EQ(VnFilename(L"http://127.0.0.1:1/a").GetFileSize(false), -1);
 }
 

@@ -106,6 +106,8 @@ TEST_F(VnResourceFiles, ImagesAreFoundByExtensionAndLanguage) {
     const std::string custom = Make(Custom + "Custom Art/i.bmp");
     EXPECT_EQ(Find("image:i", 3), custom);
     EXPECT_EQ(Find("image:i", 4), variant);
+    const std::string page = Make(Default + "Default Webpages/English/w.png");
+    EXPECT_EQ(Find("image:w", 6), page) << "looked for in both folders";
 }
 
 } // namespace

@@ -79,6 +79,12 @@ TEST(VnURL, ResolvesReferences) {
     VnString base = L"//h/x";
     ResolveRelativeURL(reference, base);
     EXPECT_EQ(ToBytes(base), "http://h/x");
+    base = L"//h/a/../b";
+    ResolveRelativeURL(base, base);
+    EXPECT_EQ(ToBytes(base), "http://h/a/../b");
+    base = L"a/../b";
+    ResolveRelativeURL(base, base);
+    EXPECT_EQ(ToBytes(base), "/a/b");
     for (const char* row :
          {" | http://a/b", "a | ", "http://[x | http://a/b", "a | http://[x", "a | //[x"}) {
         const std::vector<std::string> fields = ToFields(row);

@@ -151,6 +151,9 @@ TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
         {"<a b c=1/>", L"c", nullptr, "<a b/>"},
         {"<a b='c'/>", L"c", nullptr, nullptr},
         {"<a/>", L"a", nullptr, nullptr}, // the tag's own name is none
+        // A quote that nothing closes does not reach beyond the tag.
+        {"<a b\" \">text\" e=\"1\"</a>", L"z", L"1", "<a b\" \" z=\"1\">text\" e=\"1\"</a>"},
+        {"<a b\" \">text\" e=\"1\"</a>", L"e", nullptr, nullptr},
     };
     for (const auto& [before, name, value, after] : kCases) {
         SCOPED_TRACE(before);
@@ -179,10 +182,19 @@ TEST(VnXMLEdit, AttributesAreChangedInTheTag) {
                     && d.RemoveAttribute(0, L"c");
          },
          true, "<a><?p b=\"22\"?><c/></a>"},
+        {"of an instruction with a lone quote", "<a><?p the \" mark?><r x=\"1\" y=\"2\"/></a>",
+         [](Document& d) {
+             d.ResetPosition();
+             d.FindElement();
+             d.IntoElement();
+             return d.FindNode(Document::kNodeInstruction) != 0 && !d.RemoveAttribute(0, L"y")
+                    && d.SetAttribute(0, L"y", L"v");
+         },
+         true, "<a><?p the \" mark y=\"v\"?><r x=\"1\" y=\"2\"/></a>"},
         {"of an instruction without room", "<a><?></a>",
          [](Document& d) {
-             return d.IntoElement() && d.FindNode(Document::kNodeInstruction) != 0
-                    && d.SetAttribute(0, L"b", L"2");
+             EXPECT_TRUE(d.IntoElement() && d.FindNode(Document::kNodeInstruction) != 0);
+             return d.SetAttribute(0, L"b", L"2");
          },
          false, "<a><?></a>"},
     });
@@ -236,6 +248,9 @@ TEST(VnXMLEdit, FragmentsAndContent) {
          true, "<a></a>"},
         {"content of nothing", "", [](Document& d) { return d.SetElementContent(L"x"); }, false,
          ""},
+        {"an element named by the text itself", "item",
+         [](Document& d) { return d.AddElement(d.GetText(), L"v"); }, true,
+         "item<item>v</item>\r\n"},
         {"data", "<a>old</a>", [](Document& d) { return d.SetData(d.GetMainPosition(), L"n<w"); },
          true, "<a>n&lt;w</a>"},
         {"data as CDATA", "<a/>",

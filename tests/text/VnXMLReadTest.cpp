@@ -106,6 +106,11 @@ TEST(VnXMLRead, AttributesOfTheCurrentNode) {
     EXPECT_FALSE(document.SetAttribute(document.GetMainPosition(), L"a", L"3"));
     ASSERT_TRUE(document.FindElement());
     EXPECT_EQ(ToBytes(document.GetAttribute(document.GetMainPosition(), L"a")), "2");
+    for (const wchar_t* text : {L"<?\"abc?><r a=\"1\"/>", L"<!DOCTYPE \"abc><r a=\"1\"/>"}) {
+        VnXMLDocument quoted(text);
+        ASSERT_NE(quoted.FindNode(), 0);
+        EXPECT_EQ(ToBytes(quoted.GetNodeName()), "abc") << "it ends with its node";
+    }
 }
 
 TEST(VnXMLRead, ByPathWithoutMovingOrWith) {
