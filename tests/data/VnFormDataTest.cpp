@@ -98,14 +98,18 @@ TEST(VnFormData, AddsAFileWithItsType) {
 
 TEST(VnFormData, IsReadBack) {
     for (const ParseCase& parse : kParses) {
-        VnOrderedPropertyMap map;
-        map.SetString(L"old", L"gone");
-        ParseFormData(map, parse.URL, parse.Body, parse.Decode);
-        std::string entries;
-        for (int32_t i = 0; i < map.GetCount(); i++) {
-            entries += ToBytes(map.GetKey(i) + L"=" + map.GetValue(i) + L"|");
+        for (const bool isOwn : {false, true}) { // the texts may be values of the map
+            VnOrderedPropertyMap map;
+            map.SetString(L"old", parse.URL);
+            const VnString url(parse.URL);
+            const VnString* const own = map.GetEntries()->Lookup(L"old");
+            ParseFormData(map, isOwn && own != nullptr ? *own : url, parse.Body, parse.Decode);
+            std::string entries;
+            for (int32_t i = 0; i < map.GetCount(); i++) {
+                entries += ToBytes(map.GetKey(i) + L"=" + map.GetValue(i) + L"|");
+            }
+            EXPECT_EQ(entries, parse.Entries);
         }
-        EXPECT_EQ(entries, parse.Entries);
     }
 }
 

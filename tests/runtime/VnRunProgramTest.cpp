@@ -54,6 +54,10 @@ TEST(VnRunProgram, QuotedArgumentsReachTheProgramUnchanged) {
     EXPECT_TRUE(RunProgram(L"printf", &arguments, true, nullptr, &output, /*quoteArguments=*/true));
     EXPECT_EQ(ToBytes(output), "[it's $HOME; `x`][][a\nb][\xC3\xA9\xE4\xB8\xAD]");
     EXPECT_EQ(ToBytes(arguments[1]), "'it'\\''s $HOME; `x`'");
+    arguments = List({L"echo", L"x"});
+    output.Empty();
+    EXPECT_TRUE(RunProgram(arguments[0], &arguments, true, nullptr, &output, true, true));
+    EXPECT_EQ(ToBytes(output), "echo x\n") << "the program may be one of the arguments";
 }
 
 TEST(VnRunProgram, QuotesTheProgramOnRequest) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -83,7 +84,7 @@ TEST_F(LogManager, HandsEveryEntryToTheOutputs) {
     EXPECT_EQ(second.Lines, three);
 }
 
-TEST_F(LogManager, LetsAnOutputLogAndRemoveItself) {
+TEST_F(LogManager, LetsAnOutputLogFailAndRemoveItself) {
     class Talker final : public ILogManagerCustomOutput {
     public:
         void Output(uint32_t, const wchar_t*, int32_t) override {
@@ -93,11 +94,22 @@ TEST_F(LogManager, LetsAnOutputLogAndRemoveItself) {
         }
         int Calls = 0;
     };
+    class Thrower final : public ILogManagerCustomOutput {
+    public:
+        void Output(uint32_t, const wchar_t*, int32_t) override { throw std::bad_alloc(); }
+    };
     Talker talker;
+    Recorder recorder;
+    Thrower thrower;
     Manager().AddCustomOutput(&talker);
+    Manager().AddCustomOutput(&recorder);
+    Manager().AddCustomOutput(&thrower);
     VnLog(kLogHandheld, L"N", L"one");
     VnLog(kLogHandheld, L"N", L"two");
+    Manager().RemoveCustomOutput(&thrower);
+    Manager().RemoveCustomOutput(&recorder);
     EXPECT_EQ(talker.Calls, 1);
+    EXPECT_EQ(recorder.Lines, (std::vector<std::string>{"32 N: one", "32 N: two"}));
     EXPECT_TRUE(Holds(File(), "Talker: echo"));
 }
 

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <functional>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -84,6 +85,14 @@ TEST(MainThreadMessages, MayAnswerWithMessages) {
     EXPECT_EQ(Messages().Pump(), 1);
     EXPECT_EQ(target.Received, "1/0 8/0 ");
     EXPECT_FALSE(IsSignalled());
+}
+
+TEST(MainThreadMessages, ACallbackThatThrowsIsDoneWith) {
+    Target target;
+    target.Reaction = [] { throw std::bad_alloc(); };
+    Messages().Post(&target, 1, 0);
+    EXPECT_THROW(Messages().Pump(), std::bad_alloc);
+    std::thread([&target] { Messages().Forget(&target); }).join();
 }
 
 TEST(MainThreadMessages, ForgetWaitsForADeliveryElsewhere) {
