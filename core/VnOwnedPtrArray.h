@@ -3,6 +3,7 @@
 #include "core/VnArray.h"
 
 #include <cstdint>
+#include <utility>
 
 /// Array of pointers that deletes what leaves it.
 ///
@@ -23,6 +24,12 @@ public:
         if (Own) {
             delete this->Data[index];
         }
+    }
+
+    /// Exchanges the elements, and who owns them.
+    void Swap(VnOwnedPtrArray& other) noexcept {
+        VnArray<T*, T*, PLAIN>::Swap(other);
+        std::swap(Own, other.Own);
     }
 
     /// Says whether elements are deleted from now on.

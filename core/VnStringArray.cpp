@@ -19,6 +19,11 @@ public:
         : Text(text == nullptr ? L"" : text)
         , Length(static_cast<int32_t>(std::wcslen(Text)))
         , CaseFlag(caseFlag) {}
+    /// Of the whole text, what stands behind a zero character as well.
+    CTextMatcher(const VnString& text, bool caseFlag)
+        : Text(text.GetText())
+        , Length(text.GetLength())
+        , CaseFlag(caseFlag) {}
 
     bool Equals(const VnString& other) const {
         return other.GetLength() == Length && EqualsAt(other.GetText());
@@ -50,7 +55,7 @@ private:
 
 void RemoveDuplicatesPairwise(VnStringArray& strings) {
     for (int32_t later = strings.GetCount() - 1; later > 0; --later) {
-        const CTextMatcher matcher(strings[later].GetText(), /*caseFlag=*/false);
+        const CTextMatcher matcher(strings[later], /*caseFlag=*/false);
         const auto equals = [&](const VnString& text) { return matcher.Equals(text); };
         if (std::any_of(strings.begin(), strings.begin() + later, equals)) {
             strings.RemoveAt(later);
@@ -157,8 +162,15 @@ bool VnStringArray::Locate(int32_t position, int32_t& index, int32_t& offset) co
 }
 
 bool VnStringArray::MakeUnique(VnString& text, bool caseFlag) const {
+    // The text may be an element, which is no other text of its name.
+    const auto isTaken = [&] {
+        const CTextMatcher matcher(text.GetText(), caseFlag);
+        return std::any_of(begin(), end(), [&](const VnString& element) {
+            return &element != &text && matcher.Equals(element);
+        });
+    };
     bool changed = false;
-    while (Find(text.GetText(), caseFlag) >= 0) {
+    while (isTaken()) {
         text.MakeUnique();
         changed = true;
     }

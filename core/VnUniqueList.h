@@ -5,7 +5,8 @@
 
 #include <cstdint>
 
-/// Set of keys. Its nodes hold just the link and the key: 16 bytes for a number or a text hash.
+/// Set of keys. Its nodes hold just the link and the key: 16 bytes for a number or a text hash. The
+/// values of the map below it are not to be used: a key that the set has added has no room for one.
 template<typename KEY, typename KEYARG>
 class VnUniqueList : public VnMap<KEY, KEYARG, int, int, false> {
     using Base = VnMap<KEY, KEYARG, int, int, false>;

@@ -219,6 +219,8 @@ TEST(VnOwnedPtrArray, DeletesWhatLeavesWhileItOwns) {
         }
         pointing.Set(0, nullptr);
         pointing.RemoveAt(1);
+        pointing.Swap(array);
+        EXPECT_TRUE(pointing.IsOwner() && !array.IsOwner()) << "the owner goes with the elements";
     }
     EXPECT_EQ(CCounted::Alive, 1);
 }

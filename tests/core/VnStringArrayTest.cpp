@@ -160,6 +160,12 @@ TEST(VnStringArrayRemoveDuplicates, ComparesTextsUpTo16ElementsAndHashesAbove) {
         strings.RemoveDuplicates();
         EXPECT_EQ(ToTexts(strings), ToTexts(expected));
     }
+    VnStringArray zeros;
+    zeros.Add(VnString(L"a\0b", 3));
+    zeros.Add(VnString(L"a\0B", 3));
+    zeros.Add(VnString(L"a\0c", 3));
+    zeros.RemoveDuplicates();
+    EXPECT_EQ(zeros.GetCount(), 2) << "what stands behind a zero character counts";
 }
 
 TEST(VnStringArrayEdit, RemovesAndReplaces) {
@@ -226,6 +232,10 @@ TEST(VnStringArrayEdit, FindsAFreeName) {
     EXPECT_TRUE(strings.MakeUnique(text));
     EXPECT_EQ(text, L"Song (3)");
     EXPECT_FALSE(strings.MakeUnique(text));
+    VnStringArray own = ToArray({"Song", "Other", "song"});
+    EXPECT_FALSE(own.MakeUnique(own[1])) << "an element is no other text";
+    EXPECT_TRUE(own.MakeUnique(own[0]));
+    EXPECT_EQ(own[0], L"Song (1)");
 }
 
 TEST(VnStringArrayRecords, WriteAndReadBack) {
