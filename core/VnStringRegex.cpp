@@ -30,15 +30,13 @@ struct CPatternSize {
     double States = 0;
     double LoopStates = 0;
 
+    /// Loops that stand one behind the other share the text between them.
     void Add(const CPatternSize& other) {
         States += other.States;
-        LoopStates += other.LoopStates;
+        LoopStates = std::max(LoopStates, other.LoopStates);
     }
     /// As many copies, as the library makes them for a count.
-    void Repeat(double count) {
-        States *= count;
-        LoopStates *= count;
-    }
+    void Repeat(double count) { States *= count; }
     /// An empty round may be passed twice.
     void Loop() {
         LoopStates = 2 * States + 8;
@@ -46,22 +44,22 @@ struct CPatternSize {
     }
 };
 
-/// Adds up a pattern. What is no regular expression gets some number too, as the library looks at
-/// it only later.
+/// Adds up a pattern, read as the library reads it: a bracket that counts for one and not for the
+/// other would make the sum worthless.
 class CPatternMeter {
 public:
     explicit CPatternMeter(const VnString& pattern)
         : At(pattern.GetText())
         , End(At + pattern.GetLength()) {}
 
-    CPatternSize Measure() {
-        while (At < End) {
+    /// False for a pattern whose groups do not end, or were not begun.
+    bool Measure(CPatternSize& size) {
+        while (At < End && !IsBroken) {
             TakeOne(*At++);
         }
-        for (const CPatternSize& group : Open) {
-            Last.Add(group);
-        }
-        return Last;
+        size = Last;
+        size.Add(Open.back());
+        return !IsBroken && Open.size() == 1;
     }
 
 private:
@@ -69,7 +67,7 @@ private:
         switch (ch) {
         case L'\\':
             StartPiece(1);
-            At += At < End ? 1 : 0;
+            SkipEscaped();
             break;
         case L'[':
             StartPiece(1);
@@ -80,7 +78,8 @@ private:
             Open.push_back({2, 0});
             break;
         case L')':
-            if (Open.size() > 1) {
+            IsBroken = Open.size() == 1;
+            if (!IsBroken) {
                 Last.Add(Open.back());
                 Open.pop_back();
             }
@@ -106,9 +105,23 @@ private:
         Last = {states, 0};
     }
 
+    /// What stands behind a backslash: "c" takes the character that follows along.
+    void SkipEscaped() {
+        const bool isControl = At < End && *At == L'c';
+        At = std::min(At + (isControl ? 2 : 1), End);
+    }
+
+    /// A class ends at the first "]", but for those of "[:alpha:]", "[=a=]" and "[.a.]" in it.
     void SkipClass() {
         while (At < End && *At != L']') {
-            At += *At == L'\\' && At + 1 < End ? 2 : 1;
+            const wchar_t ch = *At++;
+            if (ch == L'\\') {
+                SkipEscaped();
+            } else if (ch == L'[' && At < End && (*At == L':' || *At == L'=' || *At == L'.')) {
+                const wchar_t sign = *At++;
+                At = std::find(At, End, sign);
+                At = std::min(At + 2, End);
+            }
         }
         At += At < End ? 1 : 0;
     }
@@ -143,11 +156,15 @@ private:
     const wchar_t* const End;
     std::vector<CPatternSize> Open{1}; ///< sums of the groups around this place
     CPatternSize Last;                 ///< the piece that a count or loop behind it is for
+    bool IsBroken = false;             ///< a group ended that was not begun
 };
 
-/// Stack for a search.
+/// Stack for a search; -1 for a malformed pattern.
 int64_t EstimateStack(const VnString& pattern, const VnString& text) {
-    const CPatternSize size = CPatternMeter(pattern).Measure();
+    CPatternSize size;
+    if (!CPatternMeter(pattern).Measure(size)) {
+        return -1;
+    }
     const double loops = std::min(size.LoopStates, 3 * kMostStates) * (text.GetLength() + 1.0);
     // The compiler recurses for each bracket of the pattern, whatever the text.
     const double steps =
@@ -168,16 +185,19 @@ bool WithRegex(const VnString& pattern,
         flags |= std::regex_constants::icase;
     }
     bool isFound = false;
-    const bool hasRun = VnRunWithStack(EstimateStack(pattern, text), [&] {
-        try {
-            isFound = cache != nullptr
-                          ? search(cache->Get(pattern, static_cast<uint32_t>(flags)))
-                          : search(std::wregex(pattern.GetText(),
-                                               static_cast<size_t>(pattern.GetLength()), flags));
-        } catch (const std::exception&) {
-            isFound = false;
-        }
-    });
+    const int64_t stack = EstimateStack(pattern, text);
+    const bool hasRun =
+        stack >= 0 && VnRunWithStack(stack, [&] {
+            try {
+                isFound =
+                    cache != nullptr
+                        ? search(cache->Get(pattern, static_cast<uint32_t>(flags)))
+                        : search(std::wregex(pattern.GetText(),
+                                             static_cast<size_t>(pattern.GetLength()), flags));
+            } catch (const std::exception&) {
+                isFound = false;
+            }
+        });
     return hasRun && isFound;
 }
 

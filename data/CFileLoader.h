@@ -218,6 +218,7 @@ public:
 
 private:
     struct CTransfer;
+    class CTurn;
 
     bool RunLoad(CTransfer& transfer);
     bool LoadDirectly(CTransfer& transfer);
@@ -240,10 +241,12 @@ private:
     bool DecodeBuffer(VnBuffer& buffer);
     bool DecodeFile(const VnFilename& file);
     int64_t GetDecodedLimit() const;
+    bool TakeTurn(const CTransfer& transfer);
     bool IsTarget(const void* target) const;
-    void BeginLoad(const CTransfer& transfer);
+    void BeginLoad();
     void EndLoad();
     void OpenDialog(const VnFilename& source);
+    void CloseDialog();
     VnString ReaderProperty(const wchar_t* name) const;
     std::unique_ptr<IVnReader>
     OpenForResume(const VnFilename& source, const VnFilename& destination, bool& complete);

@@ -207,7 +207,9 @@ bool CFileLoader::LoadToFile(const VnFilename& source, VnFilename& destination, 
         if (created && mode != LoadResumeKeep && IsPlainFile(destination.GetLocalPath())) {
             VnFileSystem::DeleteFile(destination.GetLocalPath());
         }
-        destination.Filename.Empty();
+        if (!IsTarget(&destination)) {
+            destination.Filename.Empty();
+        }
     }
     return loaded;
 }

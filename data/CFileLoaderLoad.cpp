@@ -31,6 +31,23 @@ bool IsNoLater(double serial, double other) {
 
 } // namespace
 
+/// The end of a load, also of one that somebody's callback breaks off with an exception.
+class CFileLoader::CTurn {
+public:
+    explicit CTurn(CFileLoader& loader) : Loader(loader) {}
+    ~CTurn() {
+        Loader.CloseDialog();
+        Loader.EndLoad();
+    }
+    CTurn(const CTurn&) = delete;
+    CTurn& operator=(const CTurn&) = delete;
+    CTurn(CTurn&&) = delete;
+    CTurn& operator=(CTurn&&) = delete;
+
+private:
+    CFileLoader& Loader;
+};
+
 bool CFileLoader::Load(const VnFilename& source,
                        VnBuffer* buffer,
                        IVnReader* writer,
@@ -39,32 +56,29 @@ bool CFileLoader::Load(const VnFilename& source,
                        double date) {
     const bool create = created;
     created = false;
-    if (Running.exchange(true)) {
+    CTransfer transfer(source, buffer, writer, destination, created, date);
+    transfer.Create = create;
+    if (!TakeTurn(transfer)) {
         if (buffer != nullptr && !IsTarget(buffer)) {
             buffer->Empty();
         }
         return false;
     }
-    CTransfer transfer(source, buffer, writer, destination, created, date);
-    transfer.Create = create;
+    const CTurn turn(*this);
     if (buffer != nullptr) {
         buffer->Empty();
     }
     bool loaded = false;
     if (CancelSource == &OwnCancel || !CancelSource->IsCancelled()) {
-        BeginLoad(transfer);
+        BeginLoad();
         OpenDialog(source);
         loaded = RunLoad(transfer);
-        if (Dialog != nullptr) {
-            Dialog->Close();
-            Dialog = nullptr;
-        }
+        CloseDialog();
     }
     if (!loaded && buffer != nullptr) {
         buffer->Empty();
     }
     SetRequest(nullptr, nullptr, 0, false); // a request lasts for one load
-    EndLoad();
     return loaded;
 }
 
@@ -79,16 +93,25 @@ bool CFileLoader::RunLoad(CTransfer& transfer) {
     }
 }
 
+/// Makes this the running load; false while there is another one.
+bool CFileLoader::TakeTurn(const CTransfer& transfer) {
+    const VnCriticalSectionLock guard(Lock);
+    if (Running.exchange(true)) {
+        return false;
+    }
+    Current = &transfer;
+    return true;
+}
+
 /// Whether the running load fills this buffer or file, which then is not for others to empty.
 bool CFileLoader::IsTarget(const void* target) const {
     const VnCriticalSectionLock guard(Lock);
     return Current != nullptr && (target == Current->Buffer || target == Current->Destination);
 }
 
-void CFileLoader::BeginLoad(const CTransfer& transfer) {
+void CFileLoader::BeginLoad() {
     {
         const VnCriticalSectionLock guard(Lock);
-        Current = &transfer;
         Reader.reset();
         OwnCancel.Cancelled.store(false);
     }
@@ -122,6 +145,13 @@ void CFileLoader::OpenDialog(const VnFilename& source) {
     }
     Dialog = dialogs->OpenWaitDialog(ShownTitle, DialogText, WaitDelay, DialogCancellable,
                                      &CancelSource->Cancelled, this);
+}
+
+void CFileLoader::CloseDialog() {
+    if (Dialog != nullptr) {
+        Dialog->Close();
+        Dialog = nullptr;
+    }
 }
 
 bool CFileLoader::LoadDirectly(CTransfer& transfer) {

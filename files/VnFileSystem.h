@@ -28,8 +28,8 @@ bool DeleteFile(const VnString& path);
 /// replaces a file that is there.
 bool MoveFile(const VnString& source, const VnString& destination);
 
-/// Copies a file by the program cp, over one that is there; with `failIfExists` that is false at
-/// once.
+/// Copies a file by the program cp, over one that is there; with `failIfExists` whatever is there,
+/// a directory too, gives false at once.
 bool CopyFile(const VnString& source, const VnString& destination, bool failIfExists);
 
 /// Copies a file into a directory, which must exist, under `newName` or, when that is empty, its

@@ -95,6 +95,7 @@ VnXMLDocument::FindAttribute(const CTagWords& words, const wchar_t* name, int32_
     const wchar_t* const limit = text + words.End;
     const bool isInstruction = at[-1] == L'?';
     at = isInstruction ? CWord(at, limit, /*asValue=*/false).End : VnXMLScanner::FindNameEnd(at);
+    at -= isInstruction && at == limit ? 1 : 0; // the "?" of its end
     const auto wanted = static_cast<int32_t>(name == nullptr ? 0 : std::wcslen(name));
     CAttribute found;
     for (;; --number) {

@@ -46,8 +46,8 @@ VnString MakeLine(const wchar_t* name,
 }
 
 /// A log never fails its caller; what is missing of it is told here.
-void TellFailure(const std::exception& failure) {
-    static_cast<void>(std::fprintf(stderr, "Log: %s\n", failure.what()));
+void TellFailure(const char* what) {
+    static_cast<void>(std::fprintf(stderr, "Log: %s\n", what));
 }
 
 } // namespace
@@ -107,16 +107,19 @@ void CLogManager::Write(uint32_t category, const VnString& line) {
         return;
     }
     InsideOutput = true;
-    try {
-        // An output may remove itself, or another, while it is called.
-        const std::vector<ILogManagerCustomOutput*> outputs(Outputs);
-        for (ILogManagerCustomOutput* const output : outputs) {
-            if (std::find(Outputs.begin(), Outputs.end(), output) != Outputs.end()) {
-                output->Output(category, line, line.GetLength());
-            }
+    // An output may remove itself, or another, while it is called: the next one then stands in its
+    // place.
+    for (size_t i = 0; i < Outputs.size();) {
+        ILogManagerCustomOutput* const output = Outputs[i];
+        try {
+            output->Output(category, line, line.GetLength());
+        } catch (const std::exception& failure) {
+            TellFailure(failure.what());
+        } catch (...) {
+            TellFailure("an output failed");
         }
-    } catch (const std::exception& failure) {
-        TellFailure(failure);
+        const auto last = std::find(Outputs.begin(), Outputs.end(), output);
+        i = last == Outputs.end() ? i : static_cast<size_t>(last - Outputs.begin()) + 1;
     }
     InsideOutput = false;
 }
@@ -135,7 +138,7 @@ bool CLogManager::OpenFile() {
             File->flush_on(spdlog::level::info);
         }
     } catch (const spdlog::spdlog_ex& failure) {
-        TellFailure(failure);
+        TellFailure(failure.what());
     }
     FileFailed = File == nullptr;
     return File != nullptr;
